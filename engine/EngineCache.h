@@ -1,0 +1,112 @@
+#pragma once
+// The per-engine store of what SQL functions and virtual tables must not
+// rebuild for every row: decoded geometries (17 shards keyed by blob bytes),
+// coordinate systems by EPSG code and by serialised bytes, the dense numbering
+// of feature identifiers, compiled regular expressions, style caches and the
+// registered resemblance extensions. Every SQL callback of the engine gets it
+// as its user data.
+
+#include "engine/geometry/EngineGeometry.h"
+#include "engine/geometry/EngineGeometryMap.h"
+#include "platform/dp/FeatureId.h"
+#include "platform/geometry/ResemblanceExtension.h"
+#include "platform/utils/RegularExpressionCache.h"
+
+#include <QByteArray>
+#include <QReadWriteLock>
+#include <QRegularExpression>
+#include <QString>
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace tessera::cs { class CoordSystem; }
+
+namespace tessera::engine {
+
+// Per-table style data kept by the plug-ins that draw tables.
+class EngineStyleCache {
+public:
+    virtual ~EngineStyleCache();
+    virtual void clear() = 0;
+    virtual bool contains(const QString& key) const = 0;
+    virtual QByteArray style(const QString& key) const = 0;
+    virtual void setStyle(const QString& key, const QByteArray& style) = 0;
+};
+
+// How SpatiaLite blobs (blobs that are not TesGeo) are cached.
+enum GaiaCache : std::int32_t {
+    GaiaCacheNever = 0,     // decode every time; save() stores nothing
+    GaiaCacheAlways = 1,    // always keep decoded geometries
+    GaiaCacheOnRequest = 2, // keep them when geometryInfo is asked to
+};
+
+class EngineCache {
+public:
+    static constexpr int shardCount = 17;
+
+    EngineCache();
+    virtual ~EngineCache();
+    EngineCache(const EngineCache&) = delete;
+    EngineCache& operator=(const EngineCache&) = delete;
+
+    // The coordinate system of a table, found through the table management
+    // registered for it (exact name first, then ignoring case). Empty if none.
+    virtual std::shared_ptr<cs::CoordSystem> tableCoordSystem(const QString& table) const = 0;
+
+    // Geometries.
+    void save(const void* data, unsigned size, const std::shared_ptr<const geometry::Geometry>& g);
+    EngineGeometry geometryInfo(const void* data, unsigned size, bool useCache);
+    EngineGeometry geometryInfo(const QByteArray& blob, bool useCache);
+    void clear();
+    void setUseGaiaCache(GaiaCache mode) { gaiaCache = mode; }
+    GaiaCache useGaiaCache() const { return gaiaCache; }
+
+    // Coordinate systems.
+    std::shared_ptr<cs::CoordSystem> get(int epsg);
+    std::shared_ptr<cs::CoordSystem> get(const QByteArray& serialised);
+    void save(int epsg, const std::shared_ptr<cs::CoordSystem>& coordSystem);
+    void save(const QByteArray& serialised, const std::shared_ptr<cs::CoordSystem>& coordSystem);
+
+    // Feature identifiers <-> dense row ids 0, 1, 2, ...
+    std::int64_t assignIdToInt(const dp::FeatureId& id);
+    std::int64_t idToInt(const dp::FeatureId& id, std::int64_t defaultValue);
+    dp::FeatureId intToId(std::int64_t n);
+    std::int64_t idLimit();
+
+    QRegularExpression regularExpression(const QString& pattern, QRegularExpression::PatternOptions options);
+
+    std::shared_ptr<EngineStyleCache> styleCache(const QString& table) const;
+    void setStyleCache(const QString& table, std::shared_ptr<EngineStyleCache> cache);
+
+    void addResemblanceExtension(geometry::ResemblanceExtension* extension);
+    std::shared_ptr<const geometry::Geometry> tryResemblance(const std::shared_ptr<const geometry::Geometry>& g);
+    std::shared_ptr<const geometry::Geometry> resemblance(const std::shared_ptr<const geometry::Geometry>& g);
+
+private:
+    struct FeatureIdLess {
+        bool operator()(const dp::FeatureId& a, const dp::FeatureId& b) const;
+    };
+    using IdMap = std::map<dp::FeatureId, std::int64_t, FeatureIdLess>;
+
+    std::shared_ptr<const geometry::Geometry> decodeSpatiaLite(const void* data, unsigned size);
+
+    std::array<EngineGeometryMap, shardCount> shards;
+    std::map<int, std::shared_ptr<cs::CoordSystem>> coordSysById;
+    std::map<QByteArray, std::shared_ptr<cs::CoordSystem>> coordSysByBlob;
+    IdMap intByFeatureId;
+    std::map<std::int64_t, IdMap::const_iterator> featureIdByInt;
+    std::vector<geometry::ResemblanceExtension*> resemblanceExtensions;
+    geometry::ResemblanceExtension::Setup resemblanceSetup{0.0};
+    QReadWriteLock epsgLock;
+    QReadWriteLock blobLock;
+    QReadWriteLock idLock;
+    GaiaCache gaiaCache = GaiaCacheOnRequest;
+    std::map<QString, std::shared_ptr<EngineStyleCache>> styleCaches;
+    utils::RegularExpressionCache regexCache{1024};
+};
+
+} // namespace tessera::engine

@@ -1,0 +1,17 @@
+#pragma once
+// Decoding of raw SpatiaLite geometry bytes (SpatiaLite blob, its extended
+// form, plain WKB, FGF), in that order.
+
+#include <spatialite/gaiageo.h>
+
+namespace tessera::engine {
+
+// Owned by the caller (gaiaFreeGeomColl); null when no decoder accepts the bytes.
+gaiaGeomCollPtr toGaia(const unsigned char* blob, int size);
+
+// RAII owner of a gaia geometry collection.
+struct GaiaDeleter {
+    void operator()(gaiaGeomCollPtr p) const { if (p) gaiaFreeGeomColl(p); }
+};
+
+} // namespace tessera::engine

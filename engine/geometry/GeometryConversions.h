@@ -1,0 +1,30 @@
+#pragma once
+// SQLite values <-> host geometries, in the engine's TesGeo blob and in
+// SpatiaLite's blob (plain WKB and FGF accepted on input). Failures give
+// empty results, never exceptions; result blobs are registered in the cache.
+
+#include <QByteArray>
+#include <memory>
+#include <sqlite3.h>
+
+namespace tessera::cs { class CoordSystem; }
+namespace tessera::geometry { class Geometry; }
+
+namespace tessera::engine {
+
+class EngineCache;
+
+std::shared_ptr<const geometry::Geometry> toGeometry(sqlite3_context* ctx, sqlite3_value* value, bool useCache);
+
+QByteArray toTesGeo(const std::shared_ptr<const geometry::Geometry>& geometry, EngineCache* cache);
+void toTesGeo(const std::shared_ptr<const geometry::Geometry>& geometry, sqlite3_context* ctx, EngineCache* cache, bool save);
+
+std::shared_ptr<cs::CoordSystem> toCS(sqlite3_value* value);
+
+QByteArray toGaia(const std::shared_ptr<const geometry::Geometry>& geometry, EngineCache* cache);
+void toGaia(const std::shared_ptr<const geometry::Geometry>& geometry, sqlite3_context* ctx, EngineCache* cache);
+
+// Sets the SQL error "Invalid coordinate system: <what>".
+void invalidCoordSystemError(sqlite3_context* ctx, const char* what);
+
+} // namespace tessera::engine

@@ -1,0 +1,82 @@
+#pragma once
+// Geometry algorithms of the host: measures in five earth models, spatial
+// predicates and constructions (GEOS), and the helpers the SQL layer needs.
+//
+// Units are names: distance "m", "km", "cm", "mm", "mi", "nmi", "ft",
+// "survey ft", "yd", "in", "ch", "li", "rd"; area "sq m", "sq km", "sq cm",
+// "sq mm", "sq mi", "sq ft", "sq survey ft", "sq yd", "sq in", "sq ch",
+// "sq li", "sq rd", "acre", "hectare", "perch", "rood". An unknown unit
+// throws std::invalid_argument with the text "Unknown unit: <name>".
+//
+// Geometries in a projected system (or in none) are measured in their own
+// units taken as metres; geographic ones in degrees turned into lengths by
+// the model. Failures throw std::runtime_error (or std::invalid_argument).
+
+#include "platform/geometry/Geometry.h"
+
+#include <QString>
+#include <utility>
+
+namespace tessera::core {
+// How measures are computed. 255: cartesian for a projected coordinate system
+// or none, ellipsoidal for a geographic one.
+enum class CalcMode : int { Cartesian = 0, Spherical = 1, Ellipsoidal = 2, Lambert = 3, Vincenty = 4, Auto = 255 };
+}
+
+namespace tessera::geometry {
+
+// Radius of the sphere of the spherical model (the mean earth radius, IUGG).
+constexpr double sphereRadius = 6371008.8;
+
+double area(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode);
+double length(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode);
+double perimeter(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode);
+
+double cartesianArea(const ConstGeometryPtr& g, const QString& unit);
+double sphericalArea(const ConstGeometryPtr& g, const QString& unit);
+double ellipsoidArea(const ConstGeometryPtr& g, const QString& unit);
+
+double cartesianLength(const ConstGeometryPtr& g, const QString& unit);
+double sphericalLength(const ConstGeometryPtr& g, const QString& unit);
+double ellipsoidLength(const ConstGeometryPtr& g, const QString& unit);
+double lambertLength(const ConstGeometryPtr& g, const QString& unit);
+double vincentyLength(const ConstGeometryPtr& g, const QString& unit);
+
+double cartesianPerimeter(const ConstGeometryPtr& g, const QString& unit);
+double sphericalPerimeter(const ConstGeometryPtr& g, const QString& unit);
+double ellipsoidPerimeter(const ConstGeometryPtr& g, const QString& unit);
+double lambertPerimeter(const ConstGeometryPtr& g, const QString& unit);
+double vincentyPerimeter(const ConstGeometryPtr& g, const QString& unit);
+
+// Smallest distance between the two shapes (0 when they touch).
+double smallestDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+double cartesianMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+double sphericalMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+double ellipsoidalMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+double lambertMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+double vincentyMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+
+// Distance between the two centroids.
+double centroidDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+double cartesianObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+double sphericalObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+double ellipsoidalObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+double lambertObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+double vincentyObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+
+// Predicates (GEOS). Geometries in different coordinate systems are compared
+// after transforming b into a's system.
+bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
+bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b);        // a holds all of b
+bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b); // a holds b's centroid
+
+// The two closest points, as a two-point line string (a first, b second).
+GeometryPtr NearestPoints(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
+QPointF centroid(const ConstGeometryPtr& g);           // the arithmetic centroid
+GeometryPtr PointOnSurface(const ConstGeometryPtr& g); // a point on the geometry; empty pointer if none
+GeometryPtr normalizedGeometry(const ConstGeometryPtr& g); // valid form of g, same coordinate system
+// Makes a geometry consistent with the coordinate system that was just set on
+// it (coordinates snapped to the system's valid range and precision).
+void fitGeometry(Geometry& g);
+
+} // namespace tessera::geometry

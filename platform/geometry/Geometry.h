@@ -1,0 +1,300 @@
+#pragma once
+// The host geometry model: planar 2D geometries with an optional coordinate
+// system. Geometries are built mutable and then shared as
+// std::shared_ptr<const Geometry>.
+
+#include "platform/serialization/Archive.h"
+
+#include <QPointF>
+#include <QRectF>
+#include <QSizeF>
+#include <QString>
+#include <QVector>
+#include <functional>
+#include <memory>
+
+namespace tessera::cs { class CoordSystem; }
+
+namespace tessera::geometry {
+
+using CoordSystemPtr = std::shared_ptr<cs::CoordSystem>;
+using Ring = QVector<QPointF>;   // closed rings repeat their first point last
+
+enum class GeometryType {
+    Point = 1,
+    LineString = 2,
+    Polygon = 3,
+    MultiPoint = 4,
+    MultiLineString = 5,
+    MultiPolygon = 6,
+    Collection = 7,
+    // Curves and shapes without a WKB form of their own; they approximate.
+    Arc = 100,
+    Ellipse = 101,
+    RoundedRectangle = 102,
+    Text = 103,
+};
+
+class Geometry;
+using GeometryPtr = std::shared_ptr<Geometry>;
+using ConstGeometryPtr = std::shared_ptr<const Geometry>;
+
+class Geometry : public serialization::Serializable {
+public:
+    ~Geometry() override;
+
+    // A geometry that looks like this one but is simpler to draw or compare
+    // (the fallback when no resemblance extension answers): newly allocated.
+    virtual std::unique_ptr<Geometry> resemblance() const;
+
+    virtual GeometryType type() const = 0;
+    virtual std::unique_ptr<Geometry> clone() const = 0;
+    virtual bool isEmpty() const = 0;
+    virtual QRectF boundingRect() const = 0;
+
+    const CoordSystemPtr& coordSystem() const { return cs; }
+    void setCoordSystem(CoordSystemPtr coordSystem) { cs = std::move(coordSystem); }
+
+    // A copy in another coordinate system (coordinates transformed with PROJ).
+    // Throws std::runtime_error when this geometry has no coordinate system,
+    // the target is empty, or PROJ cannot transform the coordinates.
+    std::shared_ptr<Geometry> transformed(const CoordSystemPtr& target) const;
+
+    // Applies f to every coordinate (used by transformations).
+    virtual void transformPoints(const std::function<QPointF(const QPointF&)>& f) = 0;
+
+    // Serializable: className() is the concrete class name ("Point", ...).
+    void save(serialization::TrackingOutputArchive& archive) const override;
+
+protected:
+    Geometry() = default;
+    Geometry(const Geometry&) = default;
+    virtual void saveBody(serialization::TrackingOutputArchive& archive) const = 0;
+
+private:
+    CoordSystemPtr cs;
+};
+
+class Point final : public Geometry {
+public:
+    Point() = default;
+    explicit Point(QPointF p) : pos(p), empty(false) {}
+    GeometryType type() const override { return GeometryType::Point; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<Point>(*this); }
+    bool isEmpty() const override { return empty; }
+    QRectF boundingRect() const override;
+    QString className() const override { return QStringLiteral("Point"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override { if (!empty) pos = f(pos); }
+    QPointF point() const { return pos; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    QPointF pos;
+    bool empty = true;
+};
+
+class MultiPoint final : public Geometry {
+public:
+    MultiPoint() = default;
+    explicit MultiPoint(QVector<QPointF> pts) : pts(std::move(pts)) {}
+    GeometryType type() const override { return GeometryType::MultiPoint; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<MultiPoint>(*this); }
+    bool isEmpty() const override { return pts.isEmpty(); }
+    QRectF boundingRect() const override;
+    QString className() const override { return QStringLiteral("MultiPoint"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
+    const QVector<QPointF>& points() const { return pts; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    QVector<QPointF> pts;
+};
+
+class LineString final : public Geometry {
+public:
+    LineString() = default;
+    explicit LineString(QVector<QPointF> pts) : pts(std::move(pts)) {}
+    GeometryType type() const override { return GeometryType::LineString; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<LineString>(*this); }
+    bool isEmpty() const override { return pts.isEmpty(); }
+    QRectF boundingRect() const override;
+    QString className() const override { return QStringLiteral("LineString"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
+    const QVector<QPointF>& points() const { return pts; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    QVector<QPointF> pts;
+};
+
+class MultiLineString final : public Geometry {
+public:
+    MultiLineString() = default;
+    explicit MultiLineString(QVector<QVector<QPointF>> lines) : ls(std::move(lines)) {}
+    GeometryType type() const override { return GeometryType::MultiLineString; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<MultiLineString>(*this); }
+    bool isEmpty() const override { return ls.isEmpty(); }
+    QRectF boundingRect() const override;
+    QString className() const override { return QStringLiteral("MultiLineString"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
+    const QVector<QVector<QPointF>>& lines() const { return ls; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    QVector<QVector<QPointF>> ls;
+};
+
+// A polygon: the first ring is the exterior, the others are holes.
+class Polygon final : public Geometry {
+public:
+    Polygon() = default;
+    explicit Polygon(QVector<Ring> rings) : rs(std::move(rings)) {}
+    GeometryType type() const override { return GeometryType::Polygon; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<Polygon>(*this); }
+    bool isEmpty() const override { return rs.isEmpty() || rs.front().isEmpty(); }
+    QRectF boundingRect() const override;
+    QString className() const override { return QStringLiteral("Polygon"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
+    const QVector<Ring>& rings() const { return rs; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    QVector<Ring> rs;
+};
+
+class MultiPolygon final : public Geometry {
+public:
+    MultiPolygon() = default;
+    explicit MultiPolygon(QVector<QVector<Ring>> polygons) : ps(std::move(polygons)) {}
+    GeometryType type() const override { return GeometryType::MultiPolygon; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<MultiPolygon>(*this); }
+    bool isEmpty() const override { return ps.isEmpty(); }
+    QRectF boundingRect() const override;
+    QString className() const override { return QStringLiteral("MultiPolygon"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
+    const QVector<QVector<Ring>>& polygons() const { return ps; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    QVector<QVector<Ring>> ps;
+};
+
+// A heterogeneous collection. Members carry no coordinate system of their own.
+class GeometryCollection final : public Geometry {
+public:
+    GeometryCollection() = default;
+    explicit GeometryCollection(std::vector<std::shared_ptr<Geometry>> members) : ms(std::move(members)) {}
+    GeometryCollection(const GeometryCollection& other);
+    GeometryType type() const override { return GeometryType::Collection; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<GeometryCollection>(*this); }
+    bool isEmpty() const override;
+    QRectF boundingRect() const override;
+    QString className() const override { return QStringLiteral("GeometryCollection"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
+    const std::vector<std::shared_ptr<Geometry>>& members() const { return ms; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    std::vector<std::shared_ptr<Geometry>> ms;
+};
+
+// Geometries without an exact linear form. approximateGeometry() gives the
+// linear form; `size` is the size of one output pixel in the geometry's units
+// (an invalid size asks for the default precision, 64 segments per full turn).
+class ApproximableCurve : public Geometry {
+public:
+    virtual std::unique_ptr<Geometry> approximateGeometry(const QSizeF& size) const = 0;
+};
+
+class ApproximableSurface : public Geometry {
+public:
+    virtual std::unique_ptr<Geometry> approximateGeometry(const QSizeF& size) const = 0;
+};
+
+// A circular or elliptical arc inside `rect`, from startAngle to endAngle
+// (degrees, counter-clockwise from the positive x axis).
+class Arc final : public ApproximableCurve {
+public:
+    Arc(QRectF rect, double startAngle, double endAngle) : r(rect), a0(startAngle), a1(endAngle) {}
+    GeometryType type() const override { return GeometryType::Arc; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<Arc>(*this); }
+    bool isEmpty() const override { return r.isNull(); }
+    QRectF boundingRect() const override;
+    QString className() const override { return QStringLiteral("Arc"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
+    std::unique_ptr<Geometry> approximateGeometry(const QSizeF& size) const override;
+    QRectF rect() const { return r; }
+    double startAngle() const { return a0; }
+    double endAngle() const { return a1; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    QRectF r;
+    double a0, a1;
+};
+
+class Ellipse final : public ApproximableSurface {
+public:
+    explicit Ellipse(QRectF rect) : r(rect) {}
+    GeometryType type() const override { return GeometryType::Ellipse; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<Ellipse>(*this); }
+    bool isEmpty() const override { return r.isNull(); }
+    QRectF boundingRect() const override { return r.normalized(); }
+    QString className() const override { return QStringLiteral("Ellipse"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
+    std::unique_ptr<Geometry> approximateGeometry(const QSizeF& size) const override;
+    QRectF rect() const { return r; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    QRectF r;
+};
+
+// A rectangle with corners rounded by quarter ellipses of the given radii.
+class RoundedRectangle final : public ApproximableSurface {
+public:
+    RoundedRectangle(QRectF rect, double rx, double ry) : r(rect), rx(rx), ry(ry) {}
+    GeometryType type() const override { return GeometryType::RoundedRectangle; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<RoundedRectangle>(*this); }
+    bool isEmpty() const override { return r.isNull(); }
+    QRectF boundingRect() const override { return r.normalized(); }
+    QString className() const override { return QStringLiteral("RoundedRectangle"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
+    std::unique_ptr<Geometry> approximateGeometry(const QSizeF& size) const override;
+    QRectF rect() const { return r; }
+    double radiusX() const { return rx; }
+    double radiusY() const { return ry; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    QRectF r;
+    double rx, ry;
+};
+
+// A text label placed in a box; measured and compared as that box.
+class Text final : public ApproximableSurface {
+public:
+    Text(QString text, QRectF box, double angle = 0.0) : t(std::move(text)), r(box), ang(angle) {}
+    GeometryType type() const override { return GeometryType::Text; }
+    std::unique_ptr<Geometry> clone() const override { return std::make_unique<Text>(*this); }
+    bool isEmpty() const override { return r.isNull(); }
+    QRectF boundingRect() const override { return r.normalized(); }
+    QString className() const override { return QStringLiteral("Text"); }
+    void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
+    std::unique_ptr<Geometry> approximateGeometry(const QSizeF& size) const override;
+    QString text() const { return t; }
+    QRectF box() const { return r; }
+    double angle() const { return ang; }
+protected:
+    void saveBody(serialization::TrackingOutputArchive& archive) const override;
+private:
+    QString t;
+    QRectF r;
+    double ang;
+};
+
+// The linear form of any geometry: curves and shapes approximated, other
+// geometries returned as they are (shared, not copied).
+ConstGeometryPtr linearized(const ConstGeometryPtr& g);
+
+} // namespace tessera::geometry

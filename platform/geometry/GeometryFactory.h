@@ -1,0 +1,28 @@
+#pragma once
+// ISO WKB for the linear geometry kinds (2D; Z and M coordinates are read and
+// dropped). Curves and shapes are written as their approximation.
+
+#include "platform/geometry/Geometry.h"
+
+#include <QByteArray>
+#include <QSysInfo>
+#include <stdexcept>
+
+namespace tessera::geometry {
+
+class WkbError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+class GeometryFactory {
+public:
+    // Empty array for an empty pointer.
+    static QByteArray toWkb(const ConstGeometryPtr& geometry, QSysInfo::Endian byteOrder = QSysInfo::LittleEndian);
+    // Throws WkbError for malformed or truncated bytes. The result carries
+    // `coordSystem`.
+    static GeometryPtr fromWkb(const QByteArray& wkb, CoordSystemPtr coordSystem = {});
+    static GeometryPtr fromWkb(const void* data, int size, CoordSystemPtr coordSystem = {});
+};
+
+} // namespace tessera::geometry
