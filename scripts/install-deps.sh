@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(
-  build-essential cmake pkg-config git
+  build-essential cmake pkg-config git ccache
   qtbase5-dev libqt5sql5-sqlite
   libsqlite3-dev libspatialite-dev
   libgeos-dev libproj-dev proj-data libgeographiclib-dev

@@ -2,6 +2,7 @@
 // Decoding of raw SpatiaLite geometry bytes (SpatiaLite blob, its extended
 // form, plain WKB, FGF), in that order.
 
+#include <sqlite3.h>   // gaiageo.h needs the SQLite types declared first
 #include <spatialite/gaiageo.h>
 
 namespace tessera::engine {

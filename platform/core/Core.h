@@ -49,6 +49,10 @@ public:
     // a host service) finds the registry through it.
     static Core* instance();
 
+signals:
+    // Emitted after registerService has added a service.
+    void serviceRegistered(QObject* service);
+
 private:
     void registerTyped(const char* typeName, std::shared_ptr<void> object);
     std::shared_ptr<void> findTyped(const char* typeName) const;

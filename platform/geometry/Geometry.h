@@ -2,6 +2,25 @@
 // The host geometry model: planar 2D geometries with an optional coordinate
 // system. Geometries are built mutable and then shared as
 // std::shared_ptr<const Geometry>.
+//
+// Archive form (through serialization::TrackingOutputArchive, class tag =
+// className(), version 0; counts quint32, coordinates and numbers doubles as
+// described in serialization/StreamIo.h; the coordinate system is not
+// written, whoever stores a geometry stores it apart):
+//   points  = count n, then n pairs x, y
+//   rect    = x, y, width, height
+//   Point              quint8 1 when empty (nothing follows), else 0, x, y
+//   MultiPoint         points
+//   LineString         points
+//   MultiLineString    count, then that many points
+//   Polygon            count of rings, then that many points
+//   MultiPolygon       count of polygons, each a count of rings and the rings
+//   GeometryCollection count, then that many members written as objects
+//                      (empty member pointers are left out)
+//   Arc                rect, startAngle, endAngle
+//   Ellipse            rect
+//   RoundedRectangle   rect, radiusX, radiusY
+//   Text               QString text, rect, angle
 
 #include "platform/serialization/Archive.h"
 
@@ -45,7 +64,13 @@ public:
 
     // A geometry that looks like this one but is simpler to draw or compare
     // (the fallback when no resemblance extension answers): newly allocated.
+    // The default is a linear copy (curves and shapes approximated) whose
+    // lines and rings are simplified with Douglas-Peucker at a tolerance of
+    // resemblanceFraction times the larger side of the bounding box; rings
+    // that would collapse keep their points (exteriors) or are left out
+    // (holes). Points are kept as they are.
     virtual std::unique_ptr<Geometry> resemblance() const;
+    static constexpr double resemblanceFraction = 1.0 / 1000.0;
 
     virtual GeometryType type() const = 0;
     virtual std::unique_ptr<Geometry> clone() const = 0;
@@ -55,9 +80,11 @@ public:
     const CoordSystemPtr& coordSystem() const { return cs; }
     void setCoordSystem(CoordSystemPtr coordSystem) { cs = std::move(coordSystem); }
 
-    // A copy in another coordinate system (coordinates transformed with PROJ).
-    // Throws std::runtime_error when this geometry has no coordinate system,
-    // the target is empty, or PROJ cannot transform the coordinates.
+    // A copy in another coordinate system (coordinates transformed with PROJ,
+    // x being longitude or easting). Shapes (arcs, ellipses, rounded
+    // rectangles, texts) stay axis-aligned: their boxes are mapped corner by
+    // corner. Throws std::runtime_error when this geometry has no coordinate
+    // system, the target is empty, or PROJ cannot transform the coordinates.
     std::shared_ptr<Geometry> transformed(const CoordSystemPtr& target) const;
 
     // Applies f to every coordinate (used by transformations).
@@ -201,6 +228,7 @@ private:
 // Geometries without an exact linear form. approximateGeometry() gives the
 // linear form; `size` is the size of one output pixel in the geometry's units
 // (an invalid size asks for the default precision, 64 segments per full turn).
+// The linear form carries the coordinate system of the original.
 class ApproximableCurve : public Geometry {
 public:
     virtual std::unique_ptr<Geometry> approximateGeometry(const QSizeF& size) const = 0;
@@ -212,7 +240,9 @@ public:
 };
 
 // A circular or elliptical arc inside `rect`, from startAngle to endAngle
-// (degrees, counter-clockwise from the positive x axis).
+// (degrees, counter-clockwise from the positive x axis). The arc always runs
+// counter-clockwise; equal angles (modulo 360) make a full turn. An angle
+// gives the direction from the centre to the point of the ellipse.
 class Arc final : public ApproximableCurve {
 public:
     Arc(QRectF rect, double startAngle, double endAngle) : r(rect), a0(startAngle), a1(endAngle) {}
@@ -271,7 +301,8 @@ private:
     double rx, ry;
 };
 
-// A text label placed in a box; measured and compared as that box.
+// A text label placed in a box; measured and compared as that box (the
+// approximation is the box itself; the angle only orients the lettering).
 class Text final : public ApproximableSurface {
 public:
     Text(QString text, QRectF box, double angle = 0.0) : t(std::move(text)), r(box), ang(angle) {}
@@ -296,5 +327,10 @@ private:
 // The linear form of any geometry: curves and shapes approximated, other
 // geometries returned as they are (shared, not copied).
 ConstGeometryPtr linearized(const ConstGeometryPtr& g);
+
+// Registers the loaders of every geometry class with
+// serialization::SerializableRegistry. Runs by itself when the library is
+// loaded; calling it again does nothing.
+void registerGeometryClasses();
 
 } // namespace tessera::geometry

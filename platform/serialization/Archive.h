@@ -1,21 +1,35 @@
 #pragma once
 // Versioned binary archives over QDataStream.
 //
-// Byte layout (all integers big-endian, QDataStream's default):
+// Byte layout (integers and doubles in the stream's byte order, big-endian by
+// default as QDataStream writes them):
 //  - saveVersion(v): quint32 v.
-//  - strings: QDataStream's QString form (quint32 byte length, then UTF-16).
-//  - TrackingOutputArchive::saveSerializable(obj): a class tag (QString, the
-//    object's className()), the object's version (quint32), then the bytes the
-//    object writes in save(). Objects written through the same tracking archive
-//    more than once are written once and referred to by index afterwards.
+//  - strings: QDataStream's QString form (quint32 byte length, 0xFFFFFFFF for
+//    a null string, then UTF-16 code units).
+//  - counts: quint32; doubles: 8-byte IEEE 754, whatever the stream's
+//    floating-point precision (see StreamIo.h).
+//  - TrackingOutputArchive::saveSerializable(obj), first time obj is written:
+//      QString  class tag (obj.className(), never null or empty)
+//      quint32  obj.classVersion()
+//      ...      the bytes obj.save() writes (nested objects inline)
+//    and every later time the same object (same address) is written through
+//    the same tracking archive:
+//      QString  null (the four bytes FF FF FF FF)
+//      quint32  index of the object, counted from 0 in the order in which
+//               objects were first written (an object takes its index
+//               before its nested objects take theirs)
 // A reader that meets an unknown class, a short read or an impossible value
-// throws serialization::Error.
+// (a count larger than the bytes left, an index of an object not yet read,
+// nesting deeper than TrackingInputArchive::maxDepth) throws
+// serialization::Error.
 
 #include <QDataStream>
 #include <QString>
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <stdexcept>
+#include <unordered_map>
 #include <vector>
 
 namespace tessera::serialization {
@@ -59,6 +73,9 @@ private:
 class Serializable;
 
 // Serialisable polymorphic objects register a loader under their class name.
+// A name is registered once: a second add() for it is ignored, so that a
+// Loader found by find() stays valid and unchanged for the process lifetime.
+// Safe to use from several threads.
 class SerializableRegistry {
 public:
     using Loader = std::function<std::shared_ptr<Serializable>(class TrackingInputArchive&, quint32 version)>;
@@ -79,16 +96,21 @@ public:
     virtual void save(class TrackingOutputArchive& archive) const = 0;
 };
 
+// Objects are recognised by address: every object written through one
+// tracking archive must stay alive until the archive is done.
 class TrackingOutputArchive {
 public:
     explicit TrackingOutputArchive(OutputArchive& archive);
     ~TrackingOutputArchive();
     QDataStream& stream() { return a.stream(); }
     OutputArchive& archive() { return a; }
+    // Throws Error when objects nest deeper than TrackingInputArchive::maxDepth
+    // (such bytes could not be read back).
     void saveSerializable(const Serializable& object);
 private:
     OutputArchive& a;
-    std::vector<const Serializable*> seen;
+    std::unordered_map<const Serializable*, quint32> seen;
+    int depth = 0;
 };
 
 class TrackingInputArchive {

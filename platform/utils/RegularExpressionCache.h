@@ -18,6 +18,9 @@ public:
     // The compiled expression (an invalid one if the pattern does not compile;
     // it then never matches).
     QRegularExpression retrieve(const QString& pattern, QRegularExpression::PatternOptions options);
+    // Whether the store holds this pattern with these options (it does not
+    // count as a use).
+    bool contains(const QString& pattern, QRegularExpression::PatternOptions options) const;
     int capacity() const;
     int size() const;
     void clear();

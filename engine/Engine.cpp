@@ -1,0 +1,263 @@
+#include "engine/Engine.h"
+
+#include "engine/EngineInternal.h"
+#include "engine/functions/MatchingFunctions.h"
+#include "platform/core/Core.h"
+#include "platform/core/Extensions.h"
+#include "platform/core/Logging.h"
+#include "platform/core/SqliteException.h"
+#include "platform/geometry/ResemblanceExtension.h"
+#include "platform/qtsqlite/QtSqliteDriver.h"
+#include "platform/sql/SqlRuntime.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QMutex>
+#include <QPointer>
+#include <QSqlDriver>
+#include <algorithm>
+#include <spatialite.h>
+#include <sqlite3.h>
+#include <stdexcept>
+
+namespace tessera {
+
+namespace {
+
+const char* const driverName = "QTSQLITE";
+const char* const connectionName = "TESSERAENGINE";
+// Where a packaged build keeps its Qt plug-ins, relative to the executable.
+const char* const pluginDirectory = "/../../plugins";
+
+int localeCollation(void* user, int length1, const void* data1, int length2, const void* data2)
+{
+    if (auto* internal = static_cast<Engine::Internal*>(user))
+        return engine::collatorCompare(internal->collator, length1, data1, length2, data2);
+    return engine::collatorCompare(engine::collator(), length1, data1, length2, data2);
+}
+
+std::string utf8(const QString& text)
+{
+    return text.toUtf8().toStdString();
+}
+
+} // namespace
+
+// --- Internal ---------------------------------------------------------------
+
+Engine::Internal::Internal(Engine* engine)
+{
+    openDatabase();
+    collator = engine::collator();
+    // QCollator sets itself up on first use; do it here, before query threads share it.
+    collator.compare(QStringLiteral("a"), QStringLiteral("b"));
+    spatialiteCache = nullptr;
+    runtime = new sql::SqlRuntime(engine);
+    prepareConnection();
+}
+
+Engine::Internal::~Internal()
+{
+    shutDown();
+}
+
+void Engine::Internal::openDatabase()
+{
+    QCoreApplication::addLibraryPath(QCoreApplication::applicationDirPath() + QLatin1String(pluginDirectory));
+    if (!qtsqlite::registerQtSqliteDriver())
+        qCWarning(logging::engine()) << "the" << driverName << "driver could not be registered";
+
+    database = QSqlDatabase::addDatabase(QString::fromLatin1(driverName), QString::fromLatin1(connectionName));
+    if (!database.isValid())
+        throw std::runtime_error(utf8(Engine::tr("Не загружен драйвер %0").arg(QLatin1String(driverName))));
+
+    database.setDatabaseName(QStringLiteral(":memory:"));
+    if (!database.open())
+        throw std::runtime_error(utf8(Engine::tr("Инициализация %0 в оперативной памяти").arg(QLatin1String(driverName))));
+}
+
+void Engine::Internal::prepareConnection()
+{
+    sqlite3* db = handle();
+    if (!db || sqlite3_db_config(db, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 1, nullptr) != SQLITE_OK)
+        throw err::SqliteException(db, Engine::tr("Поддержка расширений %0").arg(QLatin1String("SQLITE")));
+
+    try {
+        spatialiteCache = spatialite_alloc_connection();
+        if (!spatialiteCache)
+            throw std::runtime_error("spatialite_alloc_connection");
+        spatialite_init_ex(db, spatialiteCache, 0);
+    } catch (...) {
+        if (spatialiteCache)
+            spatialite_cleanup_ex(spatialiteCache);
+        spatialiteCache = nullptr;
+        throw err::SqliteException(db, Engine::tr("Инициализация %0").arg(QLatin1String("spatialite")));
+    }
+
+    setUseGaiaCache(engine::GaiaCacheNever);
+    sqlite3_create_collation(db, "Locale", SQLITE_UTF16, this, localeCollation);
+    qCInfo(logging::engine()) << "engine database ready:" << sqlite3_libversion() << "with SpatiaLite" << spatialite_version();
+}
+
+sqlite3* Engine::Internal::handle() const
+{
+    if (!database.isValid() || !database.driver())
+        return nullptr;
+    const QVariant v = database.driver()->handle();
+    if (!v.isValid() || qstrcmp(v.typeName(), "sqlite3*") != 0)
+        return nullptr;
+    return *static_cast<sqlite3* const*>(v.constData());
+}
+
+void Engine::Internal::shutDown()
+{
+    if (spatialiteCache) {
+        spatialite_cleanup_ex(spatialiteCache);
+        spatialiteCache = nullptr;
+    }
+    database.close();
+}
+
+std::shared_ptr<cs::CoordSystem> Engine::Internal::tableCoordSystem(const QString& table) const
+{
+    auto it = managementByTable.find(table);
+    if (it == managementByTable.end()) {
+        it = std::find_if(managementByTable.begin(), managementByTable.end(), [&](const auto& entry) {
+            return entry.first.compare(table, Qt::CaseInsensitive) == 0;
+        });
+    }
+    if (it == managementByTable.end())
+        return nullptr;
+    return it->second->coordSystem();
+}
+
+// --- Engine -----------------------------------------------------------------
+
+Engine* Engine::load(Core* core)
+{
+    if (!core)
+        throw std::invalid_argument("Engine::load: no Core");
+    const QString className = QString::fromLatin1(Engine::staticMetaObject.className());
+    if (auto* engine = qobject_cast<Engine*>(core->findService(&Engine::staticMetaObject, className)))
+        return engine;
+
+    // One engine per process. It dies with its Core; a later Core then gets a
+    // new one instead of a dangling pointer.
+    static QMutex mutex;
+    static QPointer<Engine> instance;
+    Engine* engine = nullptr;
+    {
+        QMutexLocker locker(&mutex);
+        if (!instance)
+            instance = new Engine(core);
+        engine = instance.data();
+    }
+
+    core->registerService(engine);
+    core->extensionManager()->registerExtensionConsumer(
+        new plugin::ExtensionConsumerAdapter<geometry::ResemblanceExtension, Engine>(QPointer<Engine>(engine)));
+    return engine;
+}
+
+void Engine::unload(Core* core)
+{
+    if (!core)
+        return;
+    const QString className = QString::fromLatin1(Engine::staticMetaObject.className());
+    if (auto* engine = qobject_cast<Engine*>(core->findService(&Engine::staticMetaObject, className)))
+        engine->d->shutDown();
+}
+
+Engine::Engine(QObject* parent)
+    : QObject(parent)
+{
+    holder = std::make_shared<Internal>(this);
+    d = holder.get();
+}
+
+Engine::~Engine() = default;
+
+QSqlDatabase Engine::engineDatabase() const
+{
+    return d->database;
+}
+
+engine::EngineCache* Engine::cache() const
+{
+    return d;
+}
+
+void Engine::loadDatabaseModule(const char* path)
+{
+    sqlite3* db = d->handle();
+    if (!db)
+        throw std::logic_error(utf8(tr("Не инициализировано")));
+    char* errorMessage = nullptr;
+    if (sqlite3_load_extension(db, path ? path : "", nullptr, &errorMessage) == SQLITE_OK)
+        return;
+    const QString message = tr("Загрузка расширения %0: %1").arg(QString::fromLatin1(path ? path : ""), QString::fromUtf8(errorMessage));
+    err::SqliteException error(db, message);
+    sqlite3_free(errorMessage);
+    throw error;
+}
+
+void Engine::loadTableAdapterModule(Core* core, TableAdapterInit init)
+{
+    sqlite3* db = d->handle();
+    if (!db)
+        throw std::logic_error(utf8(tr("Не инициализировано")));
+    if (!init)
+        throw std::invalid_argument("Engine::loadTableAdapterModule: no initialiser");
+    char* errorMessage = nullptr;
+    if (init(db, &errorMessage, core, d) == SQLITE_OK)
+        return;
+    const QString message = tr("Загрузка расширения %0: %1").arg(QStringLiteral("tableAdaptor"), QString::fromUtf8(errorMessage));
+    err::SqliteException error(db, message);
+    sqlite3_free(errorMessage);
+    throw error;
+}
+
+void Engine::clearCache()
+{
+    d->clear();
+}
+
+void Engine::registerExtension(geometry::ResemblanceExtension* extension)
+{
+    d->addResemblanceExtension(extension);
+}
+
+void Engine::cancelQuery()
+{
+    if (sqlite3* db = d->handle())
+        sqlite3_interrupt(db);
+}
+
+void Engine::registerManagement(std::unique_ptr<engine::TableManagement> management)
+{
+    if (!management)
+        return;
+    const QString key = management->tableName();
+    if (key.isEmpty())
+        return;   // nothing to find it by: destroyed here
+    d->managementByTable[key] = std::move(management);
+}
+
+engine::TableManagement* Engine::findManagement(const QString& name) const
+{
+    auto it = d->managementByTable.find(name);
+    return it == d->managementByTable.end() ? nullptr : it->second.get();
+}
+
+void Engine::unRegisterManagement(const QString& name)
+{
+    d->managementByTable.erase(name);
+}
+
+bool Engine::detachTable(const QString& name)
+{
+    engine::TableManagement* management = findManagement(name);
+    return management && management->detach();
+}
+
+} // namespace tessera

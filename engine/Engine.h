@@ -1,0 +1,69 @@
+#pragma once
+// The SQL engine service: one per host Core. Owns the in-memory SQLite
+// database (SpatiaLite, the "Locale" collation), loads extension and
+// table-adapter modules into it, translates the dialect, and hands out the
+// engine cache.
+
+#include <QBitArray>
+#include <QObject>
+#include <QSqlDatabase>
+#include <QString>
+#include <QStringList>
+#include <memory>
+#include <set>
+#include <string>
+
+struct sqlite3;
+
+namespace tessera {
+
+class Core;
+namespace geometry { class ResemblanceExtension; }
+namespace dp { class Table; }
+namespace sql { class SqlParser; }
+
+namespace engine {
+class EngineCache;
+class SqliteStringBuilder;
+class TableManagement;
+class EngineIndices;
+}
+
+class Engine : public QObject {
+    Q_OBJECT
+public:
+    enum CheckParseResults { AnyResult = 0, ExpressionOnly = 1 };
+    using TableAdapterInit = int (*)(sqlite3*, char**, Core*, engine::EngineCache*);
+
+    static Engine* load(Core* core);
+    static void unload(Core* core);
+
+    explicit Engine(QObject* parent);
+    ~Engine() override;
+
+    QSqlDatabase engineDatabase() const;
+    engine::EngineCache* cache() const;
+    void loadDatabaseModule(const char* path);
+    void loadTableAdapterModule(Core* core, TableAdapterInit init);
+    void clearCache();
+    void registerExtension(geometry::ResemblanceExtension* extension);
+    void cancelQuery();
+
+    bool tryToTranslate(const std::string& text, engine::SqliteStringBuilder& builder, CheckParseResults check) const;
+    QString translate(const std::string& text) const;
+    QString translate(const QString& text) const;
+
+    // Table managements (one per virtual table, owned by the engine).
+    void registerManagement(std::unique_ptr<engine::TableManagement> management);
+    engine::TableManagement* findManagement(const QString& name) const;
+    void unRegisterManagement(const QString& name);
+    bool detachTable(const QString& name);
+
+    class Internal;
+
+private:
+    Internal* d;
+    std::shared_ptr<Internal> holder;
+};
+
+} // namespace tessera

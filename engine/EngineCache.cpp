@@ -1,0 +1,222 @@
+#include "engine/EngineCache.h"
+
+#include "engine/geometry/GaiaDecoding.h"
+#include "platform/core/Logging.h"
+#include "platform/cs/CoordSystem.h"
+#include "platform/cs/CoordSystemArchive.h"
+#include "platform/geometry/GeometryFactory.h"
+#include "platform/serialization/Archive.h"
+#include "platform/utils/Compare.h"
+
+#include <QDataStream>
+#include <exception>
+
+namespace tessera::engine {
+
+EngineStyleCache::~EngineStyleCache() = default;
+
+EngineCache::EngineCache() = default;
+EngineCache::~EngineCache() = default;
+
+bool EngineCache::FeatureIdLess::operator()(const dp::FeatureId& a, const dp::FeatureId& b) const
+{
+    return utils::compare(a.toVariant(), b.toVariant()) < 0;
+}
+
+// --- geometries ---------------------------------------------------------------
+
+void EngineCache::save(const void* data, unsigned size, const std::shared_ptr<const geometry::Geometry>& g)
+{
+    if (gaiaCache == GaiaCacheNever)
+        return;
+    shards[size % shardCount].set(data, size, g);
+}
+
+EngineGeometry EngineCache::geometryInfo(const void* data, unsigned size, bool useCache)
+{
+    if (!data || size == 0)
+        return EngineGeometry();
+    const QByteArray bytes = QByteArray::fromRawData(static_cast<const char*>(data), static_cast<int>(size));
+    EngineGeometry tesGeo = EngineGeometry::deserialize(bytes, [this](const void* p, int n) {
+        return get(QByteArray(static_cast<const char*>(p), n));
+    });
+    if (tesGeo)
+        return tesGeo;
+
+    if (gaiaCache == GaiaCacheNever || (gaiaCache == GaiaCacheOnRequest && !useCache))
+        return EngineGeometry(decodeSpatiaLite(data, size));
+    return EngineGeometry(shards[size % shardCount].get(data, size, [this](const void* p, unsigned n) {
+        return decodeSpatiaLite(p, n);
+    }));
+}
+
+EngineGeometry EngineCache::geometryInfo(const QByteArray& blob, bool useCache)
+{
+    return geometryInfo(blob.constData(), static_cast<unsigned>(blob.size()), useCache);
+}
+
+std::shared_ptr<const geometry::Geometry> EngineCache::decodeSpatiaLite(const void* data, unsigned size)
+{
+    try {
+        std::unique_ptr<gaiaGeomColl, GaiaDeleter> collection(toGaia(static_cast<const unsigned char*>(data), static_cast<int>(size)));
+        if (!collection)
+            return nullptr;
+        unsigned char* wkb = nullptr;
+        int wkbSize = 0;
+        gaiaToWkb(collection.get(), &wkb, &wkbSize);
+        const int srid = collection->Srid;
+        collection.reset();
+        if (!wkb)
+            return nullptr;
+        const QByteArray wkbBytes(reinterpret_cast<const char*>(wkb), wkbSize);
+        free(wkb);
+        // SRID 0 resolves to (and caches) an empty coordinate system.
+        return geometry::GeometryFactory::fromWkb(wkbBytes, get(srid));
+    } catch (const std::exception& e) {
+        qCDebug(logging::cache()) << "SpatiaLite blob not decoded:" << e.what();
+        return nullptr;
+    }
+}
+
+void EngineCache::clear()
+{
+    for (auto& shard : shards)
+        shard.clearMap();
+}
+
+// --- coordinate systems ---------------------------------------------------------
+
+std::shared_ptr<cs::CoordSystem> EngineCache::get(int epsg)
+{
+    {
+        QReadLocker locker(&epsgLock);
+        if (auto it = coordSysById.find(epsg); it != coordSysById.end())
+            return it->second;
+    }
+    std::shared_ptr<cs::CoordSystem> made = cs::CoordSysFactory::defaultCoordSysFactory()->createFromEpsg(epsg);
+    QWriteLocker locker(&epsgLock);
+    return coordSysById.emplace(epsg, std::move(made)).first->second;
+}
+
+std::shared_ptr<cs::CoordSystem> EngineCache::get(const QByteArray& serialised)
+{
+    {
+        QReadLocker locker(&blobLock);
+        if (auto it = coordSysByBlob.find(serialised); it != coordSysByBlob.end())
+            return it->second;
+    }
+    std::shared_ptr<cs::CoordSystem> made;
+    try {
+        QDataStream stream(serialised);
+        serialization::BinaryInputArchive archive(stream);
+        const quint32 version = archive.loadVersion();
+        serialization::load(archive, made, version);
+    } catch (const std::exception& e) {
+        qCDebug(logging::cache()) << "coordinate system not read:" << e.what();
+        made.reset();
+    }
+    QWriteLocker locker(&blobLock);
+    return coordSysByBlob.emplace(serialised, std::move(made)).first->second;
+}
+
+void EngineCache::save(int epsg, const std::shared_ptr<cs::CoordSystem>& coordSystem)
+{
+    QWriteLocker locker(&epsgLock);
+    coordSysById[epsg] = coordSystem;
+}
+
+void EngineCache::save(const QByteArray& serialised, const std::shared_ptr<cs::CoordSystem>& coordSystem)
+{
+    QWriteLocker locker(&blobLock);
+    coordSysByBlob[serialised] = coordSystem;
+}
+
+// --- feature identifiers -----------------------------------------------------------
+
+std::int64_t EngineCache::assignIdToInt(const dp::FeatureId& id)
+{
+    {
+        QReadLocker locker(&idLock);
+        if (auto it = intByFeatureId.find(id); it != intByFeatureId.end())
+            return it->second;
+    }
+    QWriteLocker locker(&idLock);
+    auto it = intByFeatureId.find(id);
+    if (it != intByFeatureId.end())
+        return it->second;
+    const auto n = static_cast<std::int64_t>(intByFeatureId.size());
+    it = intByFeatureId.emplace(id, n).first;
+    featureIdByInt.emplace(n, it);
+    return n;
+}
+
+std::int64_t EngineCache::idToInt(const dp::FeatureId& id, std::int64_t defaultValue)
+{
+    QReadLocker locker(&idLock);
+    auto it = intByFeatureId.find(id);
+    return it == intByFeatureId.end() ? defaultValue : it->second;
+}
+
+dp::FeatureId EngineCache::intToId(std::int64_t n)
+{
+    QReadLocker locker(&idLock);
+    auto it = featureIdByInt.find(n);
+    return it == featureIdByInt.end() ? dp::FeatureId() : it->second->first;
+}
+
+std::int64_t EngineCache::idLimit()
+{
+    QReadLocker locker(&idLock);
+    return static_cast<std::int64_t>(intByFeatureId.size());
+}
+
+// --- the rest -------------------------------------------------------------------------
+
+QRegularExpression EngineCache::regularExpression(const QString& pattern, QRegularExpression::PatternOptions options)
+{
+    return regexCache.retrieve(pattern, options);
+}
+
+std::shared_ptr<EngineStyleCache> EngineCache::styleCache(const QString& table) const
+{
+    auto it = styleCaches.find(table);
+    return it == styleCaches.end() ? nullptr : it->second;
+}
+
+void EngineCache::setStyleCache(const QString& table, std::shared_ptr<EngineStyleCache> cache)
+{
+    if (cache)
+        styleCaches[table] = std::move(cache);
+    else
+        styleCaches.erase(table);
+}
+
+void EngineCache::addResemblanceExtension(geometry::ResemblanceExtension* extension)
+{
+    if (!extension)
+        return;
+    extension->setup(resemblanceSetup);
+    resemblanceExtensions.push_back(extension);
+}
+
+std::shared_ptr<const geometry::Geometry> EngineCache::tryResemblance(const std::shared_ptr<const geometry::Geometry>& g)
+{
+    for (auto* extension : resemblanceExtensions) {
+        if (!extension)
+            continue;
+        if (auto answer = extension->resemblance(g, resemblanceSetup))
+            return answer;
+    }
+    return nullptr;
+}
+
+std::shared_ptr<const geometry::Geometry> EngineCache::resemblance(const std::shared_ptr<const geometry::Geometry>& g)
+{
+    if (auto answer = tryResemblance(g))
+        return answer;
+    if (!g)
+        return nullptr;
+    return std::shared_ptr<const geometry::Geometry>(g->resemblance());
+}
+
+} // namespace tessera::engine

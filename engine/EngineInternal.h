@@ -1,0 +1,44 @@
+#pragma once
+// The engine's private part. It is the engine cache itself, so SQL callbacks
+// and table adapters receive it as their EngineCache.
+
+#include "engine/Engine.h"
+#include "engine/EngineCache.h"
+#include "engine/TableManagement.h"
+
+#include <QCollator>
+#include <QSqlDatabase>
+#include <map>
+#include <memory>
+
+struct sqlite3;
+
+namespace tessera::sql { class SqlRuntime; }
+
+namespace tessera {
+
+class Engine::Internal final : public engine::EngineCache {
+public:
+    // Opens and prepares the database; throws on any failure.
+    explicit Internal(Engine* engine);
+    ~Internal() override;
+
+    std::shared_ptr<cs::CoordSystem> tableCoordSystem(const QString& table) const override;
+
+    // The connection's sqlite3*, or null when it is not open.
+    sqlite3* handle() const;
+    // Releases SpatiaLite's connection cache (if any) and closes the connection.
+    void shutDown();
+
+    QSqlDatabase database;
+    QCollator collator;
+    void* spatialiteCache = nullptr;
+    sql::SqlRuntime* runtime = nullptr;
+    std::map<QString, std::unique_ptr<engine::TableManagement>> managementByTable;
+
+private:
+    void openDatabase();
+    void prepareConnection();
+};
+
+} // namespace tessera

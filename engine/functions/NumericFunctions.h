@@ -1,0 +1,46 @@
+#pragma once
+// Arithmetic SQL functions that SQLite lacks or defines differently, and the
+// weighted-average aggregates. Arguments are read through ValueConversions;
+// a non-numeric argument gives NULL unless a function says otherwise. Errors
+// are reported with sqlite3_result_error: "Division by zero",
+// "Integer overflow", "Power overflow", "Square root from negative value".
+
+#include <sqlite3.h>
+
+namespace tessera::engine {
+
+// divide(a, b): real a / b.
+void divide(sqlite3_context* context, int argc, sqlite3_value** argv);
+// quotient(a, b): integer division, truncating for two integers, flooring otherwise.
+void quotient(sqlite3_context* context, int argc, sqlite3_value** argv);
+// modulo(a, b): integer remainder for two integers, fmod otherwise.
+void modulo(sqlite3_context* context, int argc, sqlite3_value** argv);
+// involution(a, b): real a to the power b.
+void power(sqlite3_context* context, int argc, sqlite3_value** argv);
+void sqrt(sqlite3_context* context, int argc, sqlite3_value** argv);
+void sign(sqlite3_context* context, int argc, sqlite3_value** argv);
+void minimum(sqlite3_context* context, int argc, sqlite3_value** argv);
+void maximum(sqlite3_context* context, int argc, sqlite3_value** argv);
+void truncate(sqlite3_context* context, int argc, sqlite3_value** argv);
+void floor(sqlite3_context* context, int argc, sqlite3_value** argv);
+// roundTo(x, step): x rounded to a multiple of step (0 counts as 1).
+void roundTo(sqlite3_context* context, int argc, sqlite3_value** argv);
+// roundBy(x [, digits]): x rounded to `digits` decimal digits.
+void roundBy(sqlite3_context* context, int argc, sqlite3_value** argv);
+// xor(a, b): 1 when exactly one of a, b is non-zero.
+void xorLogical(sqlite3_context* context, int argc, sqlite3_value** argv);
+
+// wtavg(value, weight): sum(value * weight) / sum(weight).
+namespace WtAvg {
+void step(sqlite3_context* context, int argc, sqlite3_value** argv);
+void final(sqlite3_context* context);
+} // namespace WtAvg
+
+// wtavgsafe(value, weight): the same mean kept as a running value, so that it
+// never leaves the range of its inputs.
+namespace WtAvgSafe {
+void step(sqlite3_context* context, int argc, sqlite3_value** argv);
+void final(sqlite3_context* context);
+} // namespace WtAvgSafe
+
+} // namespace tessera::engine

@@ -1,0 +1,422 @@
+#include "engine/functions/StringFunctions.h"
+
+#include "engine/functions/TextArgument.h"
+#include "engine/functions/ValueConversions.h"
+#include "engine/geometry/GeometryConversions.h"
+#include "platform/geometry/Geometry.h"
+#include "platform/utils/NumberFormat.h"
+
+#include <QLocale>
+#include <QString>
+
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+namespace tessera::engine {
+
+namespace {
+
+constexpr char trimSpaces[] = "\t\n\v\f\r ";
+
+bool isTrimSpace(char c)
+{
+    return c != '\0' && std::char_traits<char>::find(trimSpaces, sizeof trimSpaces - 1, c) != nullptr;
+}
+
+bool isWordSpace(ushort u)
+{
+    if (u < 128)
+        return (u >= 9 && u <= 13) || u == 32;
+    return u == 0x85 || u == 0xA0 || QChar(u).isSpace();
+}
+
+bool isWordLetter(ushort u)
+{
+    if (u < 128)
+        return (u >= 'A' && u <= 'Z') || (u >= 'a' && u <= 'z');
+    return QChar(u).isLetter();
+}
+
+// True when a text of `units` UTF-16 code units stays within SQLite's length
+// limit; otherwise the "too big" error is set. Guards the functions that build
+// texts from a count so that a huge count is an error rather than an attempt
+// to allocate gigabytes.
+bool fitsLengthLimit(sqlite3_context* ctx, qint64 units)
+{
+    const int limit = sqlite3_limit(sqlite3_context_db_handle(ctx), SQLITE_LIMIT_LENGTH, -1);
+    if (units * 2 > limit) {
+        sqlite3_result_error_toobig(ctx);
+        return false;
+    }
+    return true;
+}
+
+bool isNull(sqlite3_value* value)
+{
+    return sqlite3_value_type(value) == SQLITE_NULL;
+}
+
+} // namespace
+
+void charUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    if (isNull(argv[0])) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const ushort unit = static_cast<ushort>(sqlite3_value_int(argv[0]) & 0xFFFF);
+    if (unit == 0) {
+        sqlite3_result_text16(ctx, u"", 0, SQLITE_STATIC);
+        return;
+    }
+    sqlite3_result_text16(ctx, &unit, 2, SQLITE_TRANSIENT);
+}
+
+void ascUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    const QString s = textArgument(argv[0]);
+    if (s.isNull()) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    sqlite3_result_int(ctx, s.isEmpty() ? 0 : s.at(0).unicode());
+}
+
+void inStrUTF16(sqlite3_context* ctx, int argc, sqlite3_value** argv)
+{
+    if (argc < 2 || argc > 4) {
+        sqlite3_result_error(ctx, "Invalid argument count. Usage: inStr (str1,str2[,start_at[,occurrence]]).", -1);
+        return;
+    }
+    if (isNull(argv[0]) || isNull(argv[1])) {
+        sqlite3_result_int(ctx, 0);
+        return;
+    }
+    const int startAt = argc > 2 ? sqlite3_value_int(argv[2]) : 1;
+    const int occurrence = argc > 3 ? sqlite3_value_int(argv[3]) : 1;
+    if (startAt < 1) {
+        sqlite3_result_error(ctx, "start_at must be >= 1", -1);
+        return;
+    }
+    if (occurrence < 1) {
+        sqlite3_result_error(ctx, "occurence must be >= 1", -1);
+        return;
+    }
+    // Both views point into SQLite's buffers; the values are not converted
+    // again while they are in use.
+    const QString haystack = textArgument(argv[0]);
+    const QString needle = textArgument(argv[1]);
+    // The next search starts at the previous start plus the absolute index
+    // found (not at the index itself): later occurrences are looked for
+    // further on than a plain scan would. This is the function's contract.
+    qint64 from = startAt - 1;
+    int index = -1;
+    for (int i = 0; i < occurrence; ++i) {
+        if (from > haystack.size()) {
+            index = -1;
+            break;
+        }
+        index = haystack.indexOf(needle, static_cast<int>(from), Qt::CaseSensitive);
+        if (index < 0)
+            break;
+        from += index + needle.size();
+    }
+    sqlite3_result_int(ctx, index + 1);
+}
+
+void loCaseUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    const QString s = textArgument(argv[0]);
+    if (s.isNull()) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    resultText16(ctx, s.toLower());
+}
+
+void upCaseUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    const QString s = textArgument(argv[0]);
+    if (s.isNull()) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    resultText16(ctx, s.toUpper());
+}
+
+void leftTrimUTF8(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    if (isNull(argv[0])) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const std::string s = toString(argv[0]);
+    std::size_t begin = 0;
+    while (begin < s.size() && isTrimSpace(s[begin]))
+        ++begin;
+    // A text made only of white space stays as it is.
+    if (begin == s.size())
+        begin = 0;
+    sqlite3_result_text(ctx, s.data() + begin, static_cast<int>(s.size() - begin), SQLITE_TRANSIENT);
+}
+
+void rightTrimUTF8(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    if (isNull(argv[0])) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const std::string s = toString(argv[0]);
+    std::size_t end = s.size();
+    while (end > 0 && isTrimSpace(s[end - 1]))
+        --end;
+    if (end == 0)
+        end = s.size();
+    sqlite3_result_text(ctx, s.data(), static_cast<int>(end), SQLITE_TRANSIENT);
+}
+
+void len(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    // NULL has no text and counts 0.
+    sqlite3_result_int(ctx, textArgument(argv[0]).size());
+}
+
+void left_utf16(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    if (isNull(argv[0]) || isNull(argv[1])) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const int n = sqlite3_value_int(argv[1]);
+    if (n < 1) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const QString s = textArgument(argv[0]);
+    sqlite3_result_text16(ctx, s.utf16(), qMin(n, s.size()) * 2, SQLITE_TRANSIENT);
+}
+
+void right_utf16(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    if (isNull(argv[0]) || isNull(argv[1])) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const int n = sqlite3_value_int(argv[1]);
+    if (n < 1) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const QString s = textArgument(argv[0]);
+    const int count = qMin(n, s.size());
+    sqlite3_result_text16(ctx, s.utf16() + (s.size() - count), count * 2, SQLITE_TRANSIENT);
+}
+
+void midUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    if (isNull(argv[0]) || isNull(argv[1]) || isNull(argv[2])) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const int start = sqlite3_value_int(argv[1]);
+    const int count = sqlite3_value_int(argv[2]);
+    const QString s = textArgument(argv[0]);
+    if (start < 1 || start > s.size() || count < 1) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const int available = s.size() - (start - 1);
+    sqlite3_result_text16(ctx, s.utf16() + (start - 1), qMin(count, available) * 2, SQLITE_TRANSIENT);
+}
+
+void valUTF8(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    if (isNull(argv[0])) {
+        sqlite3_result_double(ctx, 0.0);
+        return;
+    }
+    const std::string s = toString(argv[0]);
+    if (s.size() > 2 && ((s[0] == '&' && (s[1] == 'H' || s[1] == 'h')) || (s[0] == '0' && (s[1] == 'X' || s[1] == 'x')))) {
+        sqlite3_result_int64(ctx, std::strtoll(s.c_str() + 2, nullptr, 16));
+        return;
+    }
+    double value = 0.0;
+    try {
+        value = std::stod(s);
+    } catch (const std::exception&) {
+        value = 0.0;
+    }
+    sqlite3_result_double(ctx, value);
+}
+
+void capitalizeUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    QString s = toQString(argv[0]);
+    if (s.isNull()) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    ushort previous = ' ';
+    QChar* data = s.data();
+    for (int i = 0, n = s.size(); i < n; ++i) {
+        const ushort current = data[i].unicode();
+        if (isWordSpace(previous) && isWordLetter(current))
+            data[i] = data[i].toUpper();
+        previous = current;
+    }
+    resultText16(ctx, s);
+}
+
+void concatUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    const int typeA = sqlite3_value_type(argv[0]);
+    const int typeB = sqlite3_value_type(argv[1]);
+    if (typeA == SQLITE_NULL || typeB == SQLITE_NULL) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    const bool numericA = typeA == SQLITE_INTEGER || typeA == SQLITE_FLOAT;
+    const bool numericB = typeB == SQLITE_INTEGER || typeB == SQLITE_FLOAT;
+    if (typeA == SQLITE_INTEGER && typeB == SQLITE_INTEGER) {
+        const qint64 a = toInt64(argv[0]);
+        const qint64 b = toInt64(argv[1]);
+        constexpr qint64 max = std::numeric_limits<qint64>::max();
+        constexpr qint64 min = std::numeric_limits<qint64>::min();
+        if ((b > 0 && a > max - b) || (b < 0 && a < min - b)) {
+            // Out of the integer range: the sum is promoted to a real.
+            sqlite3_result_double(ctx, static_cast<double>(a) + static_cast<double>(b));
+            return;
+        }
+        sqlite3_result_int64(ctx, a + b);
+        return;
+    }
+    if (numericA && numericB) {
+        bool okA = false;
+        bool okB = false;
+        const double a = toDouble(argv[0], &okA);
+        const double b = toDouble(argv[1], &okB);
+        if (!okA || !okB) {
+            sqlite3_result_null(ctx);
+            return;
+        }
+        const double sum = a + b;
+        if (!(std::fabs(sum) <= std::numeric_limits<double>::max())) {
+            sqlite3_result_error(ctx, "Sum overflow.", -1);
+            return;
+        }
+        sqlite3_result_double(ctx, sum);
+        return;
+    }
+    resultText16(ctx, toQString(argv[0]) + toQString(argv[1]));
+}
+
+void space(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    bool ok = false;
+    const qint64 n = toInt64(argv[0], &ok);
+    if (!ok || n >= 2147483648LL) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    // A negative count has no sensible text; it gives the empty one.
+    if (n <= 0) {
+        sqlite3_result_text16(ctx, u"", 0, SQLITE_STATIC);
+        return;
+    }
+    if (!fitsLengthLimit(ctx, n))
+        return;
+    resultText16(ctx, QString(static_cast<int>(n), QLatin1Char(' ')));
+}
+
+void repeat(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    bool ok = false;
+    const qint64 n = toInt64(argv[0], &ok);
+    if (!ok || n > 2147483647LL) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    if (n <= 0) {
+        sqlite3_result_text16(ctx, u"", 0, SQLITE_STATIC);
+        return;
+    }
+    const QString s = textArgument(argv[1]);
+    const QChar unit = s.isEmpty() ? QLatin1Char(' ') : s.at(0);
+    // The count is taken as a byte length of UTF-16 text: only n / 2 units
+    // are visible (repeat(4, 'ab') is 'aa'). Building just those units gives
+    // SQLite the same text without reading half a unit past the end.
+    const qint64 units = n / 2;
+    if (!fitsLengthLimit(ctx, units))
+        return;
+    resultText16(ctx, QString(static_cast<int>(units), unit));
+}
+
+void strUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    sqlite3_value* value = argv[0];
+    switch (sqlite3_value_type(value)) {
+    case SQLITE_NULL:
+        sqlite3_result_null(ctx);
+        return;
+    case SQLITE_INTEGER:
+        resultText16(ctx, QString::number(sqlite3_value_int64(value), 10));
+        return;
+    case SQLITE_FLOAT:
+        resultText16(ctx, utils::toStringByMode(sqlite3_value_double(value), utils::DigitsMode::DigitsAfterPoint, 15));
+        return;
+    case SQLITE_BLOB: {
+        const auto geometry = toGeometry(ctx, value, true);
+        resultText16(ctx, geometry ? geoSqlType(geometry) : QString(QLatin1String("")));
+        return;
+    }
+    default:
+        break;
+    }
+    const QLocale locale;
+    // Qt reads a bare ISO date as a date-time at midnight; only a text that
+    // carries a time after its date ("yyyy-MM-ddThh:mm...") is shown as one.
+    if (sqlite3_value_bytes(value) > 10) {
+        const QDateTime dateTime = toDateTime(value);
+        if (dateTime.isValid()) {
+            resultText16(ctx, locale.toString(dateTime, QLocale::LongFormat));
+            return;
+        }
+    }
+    const QDate date = toDate(value);
+    if (date.isValid()) {
+        resultText16(ctx, locale.toString(date, QLocale::LongFormat));
+        return;
+    }
+    const QTime time = toTime(value);
+    if (time.isValid()) {
+        resultText16(ctx, time.toString(Qt::ISODateWithMs));
+        return;
+    }
+    resultText16(ctx, toQString(value));
+}
+
+QString geoSqlType(const std::shared_ptr<const geometry::Geometry>& geometry)
+{
+    if (!geometry)
+        return QString();
+    using geometry::GeometryType;
+    switch (geometry->type()) {
+    case GeometryType::Point: return QStringLiteral("Point");
+    case GeometryType::LineString: return QStringLiteral("LineString");
+    case GeometryType::Polygon: return QStringLiteral("Polygon");
+    case GeometryType::MultiPoint: return QStringLiteral("MultiPoint");
+    case GeometryType::MultiLineString: return QStringLiteral("MultiLineString");
+    case GeometryType::MultiPolygon: return QStringLiteral("MultiPolygon");
+    case GeometryType::Collection: return QStringLiteral("GeometryCollection");
+    case GeometryType::Arc: return QStringLiteral("Arc");
+    case GeometryType::Ellipse: return QStringLiteral("Ellipse");
+    case GeometryType::RoundedRectangle: return QStringLiteral("RoundedRectangle");
+    case GeometryType::Text: return QStringLiteral("Text");
+    }
+    return geometry->className();
+}
+
+} // namespace tessera::engine

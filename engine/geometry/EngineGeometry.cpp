@@ -1,0 +1,169 @@
+#include "engine/geometry/EngineGeometry.h"
+
+#include "platform/cs/CoordSystem.h"
+#include "platform/cs/CoordSystemArchive.h"
+#include "platform/geometry/Geometry.h"
+#include "platform/serialization/Archive.h"
+
+#include <QDataStream>
+#include <QIODevice>
+#include <exception>
+
+namespace tessera::engine {
+
+namespace {
+
+enum BlockType : quint8 { GeometryBlock = 0, CoordSystemBlock = 1 };
+constexpr quint8 maxHeader = 7;
+
+void appendBlockHeader(QByteArray& out, BlockType type, quint32 length)
+{
+    const int n = EngineGeometry::lengthBytes(length);
+    out.append(static_cast<char>((n - 1) | (type << 2)));
+    for (int i = 0; i < n; ++i)
+        out.append(static_cast<char>((length >> (8 * i)) & 0xFF));
+}
+
+QByteArray geometryPayload(const geometry::Geometry& g)
+{
+    QByteArray payload;
+    QDataStream stream(&payload, QIODevice::ReadWrite);
+    serialization::BinaryOutputArchive archive(stream);
+    serialization::TrackingOutputArchive tracking(archive);
+    tracking.saveSerializable(g);
+    return payload;
+}
+
+QByteArray coordSystemPayload(const std::shared_ptr<cs::CoordSystem>& coordSystem)
+{
+    QByteArray payload;
+    QDataStream stream(&payload, QIODevice::ReadWrite);
+    serialization::BinaryOutputArchive archive(stream);
+    archive.saveVersion(0);
+    serialization::save(archive, coordSystem, 0);
+    return payload;
+}
+
+std::shared_ptr<geometry::Geometry> readGeometry(const QByteArray& payload)
+{
+    try {
+        QDataStream stream(payload);
+        serialization::BinaryInputArchive archive(stream);
+        serialization::TrackingInputArchive tracking(archive);
+        return std::dynamic_pointer_cast<geometry::Geometry>(tracking.loadSerializable());
+    } catch (...) {
+        // Bad bytes are no geometry.
+        return nullptr;
+    }
+}
+
+std::shared_ptr<cs::CoordSystem> readCoordSystem(const QByteArray& payload)
+{
+    try {
+        QDataStream stream(payload);
+        serialization::BinaryInputArchive archive(stream);
+        const quint32 version = archive.loadVersion();
+        std::shared_ptr<cs::CoordSystem> coordSystem;
+        serialization::load(archive, coordSystem, version);
+        return coordSystem;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+} // namespace
+
+EngineGeometry::EngineGeometry(std::shared_ptr<const geometry::Geometry> geometry)
+    : g(std::move(geometry))
+{
+}
+
+int EngineGeometry::lengthBytes(quint32 length)
+{
+    if (length < 0x100)
+        return 1;
+    if (length < 0x10000)
+        return 2;
+    if (length < 0x1000000)
+        return 3;
+    return 4;
+}
+
+QByteArray EngineGeometry::serialize(const CoordSystemSink& onCoordSystem) const
+{
+    return serialize(std::const_pointer_cast<geometry::Geometry>(g), onCoordSystem);
+}
+
+QByteArray EngineGeometry::serialize(const std::shared_ptr<geometry::Geometry>& geometry, const CoordSystemSink& onCoordSystem)
+{
+    QByteArray result;
+    if (!geometry)
+        return result;
+
+    // The coordinate system goes into a block of its own, shared through the cache.
+    const std::shared_ptr<cs::CoordSystem> coordSystem = geometry->coordSystem();
+    if (coordSystem)
+        geometry->setCoordSystem(nullptr);
+    const QByteArray payload = geometryPayload(*geometry);
+    appendBlockHeader(result, GeometryBlock, static_cast<quint32>(payload.size()));
+    result.append(payload);
+
+    if (coordSystem) {
+        geometry->setCoordSystem(coordSystem);
+        const QByteArray csPayload = coordSystemPayload(coordSystem);
+        appendBlockHeader(result, CoordSystemBlock, static_cast<quint32>(csPayload.size()));
+        onCoordSystem(coordSystem, csPayload);
+        result.append(csPayload);
+    }
+    return result;
+}
+
+EngineGeometry EngineGeometry::deserialize(const QByteArray& blob, const CoordSystemResolver& resolveCoordSystem)
+{
+    QDataStream stream(blob);
+    std::shared_ptr<geometry::Geometry> geo;
+    std::shared_ptr<cs::CoordSystem> crs;
+    QByteArray buffer;
+
+    while (!stream.atEnd()) {
+        quint8 header = 0;
+        if (stream.readRawData(reinterpret_cast<char*>(&header), 1) == 1 && header <= maxHeader) {
+            const int n = (header & 3) + 1;
+            unsigned char lengthField[4] = {0, 0, 0, 0};
+            if (stream.readRawData(reinterpret_cast<char*>(lengthField), n) != n)
+                break;   // cut inside the length: nothing more to read
+            quint32 length = 0;
+            for (int i = n - 1; i >= 0; --i)
+                length = (length << 8) | lengthField[i];
+            // A length beyond the remaining bytes is a short read; checking
+            // first keeps a corrupt length from allocating gigabytes.
+            const qint64 remaining = blob.size() - stream.device()->pos();
+            if (static_cast<qint64>(length) > remaining)
+                break;
+            buffer.resize(static_cast<int>(length));
+            if (length > 0 && stream.readRawData(buffer.data(), static_cast<int>(length)) != static_cast<int>(length))
+                break;
+
+            if ((header >> 2) == CoordSystemBlock) {
+                if (!crs) {
+                    crs = resolveCoordSystem(buffer.constData(), buffer.size());
+                    if (!crs)
+                        crs = readCoordSystem(buffer);
+                    buffer.clear();
+                    if (crs && geo)
+                        geo->setCoordSystem(crs);
+                }
+            } else if (!geo) {
+                geo = readGeometry(buffer);
+                if (geo && !geo->coordSystem())
+                    geo->setCoordSystem(crs);
+            }
+        }
+        // A geometry with its coordinate system is complete; trailing bytes are not examined.
+        if (geo && geo->coordSystem())
+            break;
+    }
+    return EngineGeometry(std::move(geo));
+}
+
+} // namespace tessera::engine

@@ -1,0 +1,30 @@
+#pragma once
+// Geometry values inside QVariant. Feature attributes are QVariants; a
+// geometry attribute holds a std::shared_ptr<const geometry::Geometry> under
+// the meta-type geometryMetaTypeId(). The helpers below put a geometry in and
+// take it out without requiring the geometry headers, so the data model does
+// not depend on the geometry library.
+
+#include <QVariant>
+#include <memory>
+
+namespace tessera::geometry { class Geometry; }
+
+namespace tessera::dp {
+
+using ConstGeometryPtr = std::shared_ptr<const geometry::Geometry>;
+
+// The meta-type of geometry values, registered on first use under the name
+// "std::shared_ptr<const tessera::geometry::Geometry>".
+int geometryMetaTypeId();
+
+// A variant holding `geometry` (an empty pointer gives a variant of the
+// geometry type holding an empty pointer, not an invalid variant).
+QVariant geometryToVariant(ConstGeometryPtr geometry);
+
+// The geometry in `value`, or an empty pointer when it holds none.
+ConstGeometryPtr geometryFromVariant(const QVariant& value);
+
+bool holdsGeometry(const QVariant& value);
+
+} // namespace tessera::dp

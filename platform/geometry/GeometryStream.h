@@ -1,0 +1,20 @@
+#pragma once
+// Coordinate arrays and rectangles in geometry archives:
+//   points: quint32 n, then n pairs of doubles x, y
+//   rect:   doubles x, y, width, height
+// (doubles as in serialization/StreamIo.h). Reads check counts against the
+// bytes left and throw serialization::Error.
+
+#include <QDataStream>
+#include <QPointF>
+#include <QRectF>
+#include <QVector>
+
+namespace tessera::geometry {
+
+void writePoints(QDataStream& stream, const QVector<QPointF>& points);
+QVector<QPointF> readPoints(QDataStream& stream);
+void writeRect(QDataStream& stream, const QRectF& rect);
+QRectF readRect(QDataStream& stream);
+
+} // namespace tessera::geometry

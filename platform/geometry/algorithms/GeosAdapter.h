@@ -1,0 +1,56 @@
+#pragma once
+// Bridge between the host geometry model and GEOS (reentrant C API). Every
+// thread gets its own GEOS context, created on first use and destroyed with
+// the thread; GEOS objects are owned through GeosGeometry.
+
+#include "platform/geometry/Geometry.h"
+
+#include <geos_c.h>
+#include <memory>
+
+namespace tessera::geometry {
+
+struct GeosGeometryDeleter {
+    GEOSContextHandle_t context = nullptr;
+    void operator()(GEOSGeometry* g) const { if (g) GEOSGeom_destroy_r(context, g); }
+};
+using GeosGeometry = std::unique_ptr<GEOSGeometry, GeosGeometryDeleter>;
+
+class GeosAdapter {
+public:
+    // Uses the calling thread's context.
+    GeosAdapter();
+
+    GEOSContextHandle_t handle() const { return ctx; }
+
+    // The linear form of g in GEOS (curves approximated). Rings are closed
+    // and degenerate parts padded so that GEOS accepts them; validity is not
+    // checked. Throws std::runtime_error when GEOS refuses the coordinates.
+    GeosGeometry toGeos(const ConstGeometryPtr& g) const;
+
+    // A host geometry with the same parts (no coordinate system set).
+    GeometryPtr fromGeos(const GEOSGeometry* g) const;
+
+    // Takes ownership of a GEOS result; a null result (a GEOS failure) throws
+    // std::runtime_error with GEOS's last message.
+    GeosGeometry own(GEOSGeometry* g) const;
+
+    // Throws std::runtime_error for a GEOS predicate's error value 2.
+    bool check(char predicateResult) const;
+
+    // GEOS's last error or notice text on this thread.
+    std::string lastError() const;
+
+private:
+    GEOSGeometry* build(const Geometry& g) const;
+    GEOSGeometry* lineString(const QVector<QPointF>& points) const;
+    GEOSGeometry* linearRing(const QVector<QPointF>& points) const;
+    GEOSGeometry* polygon(const QVector<Ring>& rings) const;
+    GEOSGeometry* collection(int type, std::vector<GEOSGeometry*>& parts) const;
+    GEOSCoordSequence* sequence(const QVector<QPointF>& points) const;
+    QVector<QPointF> points(const GEOSCoordSequence* seq) const;
+
+    GEOSContextHandle_t ctx;
+};
+
+} // namespace tessera::geometry

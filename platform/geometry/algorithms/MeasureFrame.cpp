@@ -1,0 +1,95 @@
+#include "platform/geometry/algorithms/MeasureFrame.h"
+
+#include "platform/cs/CoordSystem.h"
+
+#include <proj.h>
+#include <cmath>
+#include <memory>
+#include <stdexcept>
+
+namespace tessera::geometry {
+
+namespace {
+
+struct ProjContextDeleter {
+    void operator()(PJ_CONTEXT* c) const { proj_context_destroy(c); }
+};
+struct ProjDeleter {
+    void operator()(PJ* p) const { proj_destroy(p); }
+};
+
+} // namespace
+
+CoordSystemPtr geographicBase(const cs::CoordSystem& projected)
+{
+    std::unique_ptr<PJ_CONTEXT, ProjContextDeleter> ctx(proj_context_create());
+    const QByteArray wkt = projected.wkt().toUtf8();
+    std::unique_ptr<PJ, ProjDeleter> crs(proj_create(ctx.get(), wkt.constData()));
+    std::unique_ptr<PJ, ProjDeleter> base(crs ? proj_crs_get_geodetic_crs(ctx.get(), crs.get()) : nullptr);
+    const char* baseWkt = base ? proj_as_wkt(ctx.get(), base.get(), PJ_WKT2_2019, nullptr) : nullptr;
+    CoordSystemPtr result;
+    if (baseWkt)
+        result = cs::CoordSysFactory::defaultCoordSysFactory()->createFromTaggedString(QString::fromUtf8(baseWkt));
+    if (!result) {
+        // Same ellipsoid, no datum shift: what a projection's inverse needs.
+        const QString proj = QStringLiteral("+proj=longlat +a=%1 +rf=%2 +no_defs +type=crs")
+                                 .arg(projected.semiMajorAxis(), 0, 'g', 17)
+                                 .arg(projected.inverseFlattening(), 0, 'g', 17);
+        const QString sphere = QStringLiteral("+proj=longlat +R=%1 +no_defs +type=crs")
+                                   .arg(projected.semiMajorAxis(), 0, 'g', 17);
+        result = cs::CoordSysFactory::defaultCoordSysFactory()->createFromTaggedString(
+            projected.inverseFlattening() > 0 ? proj : sphere);
+    }
+    if (!result || !result->isGeographic())
+        throw std::runtime_error("No geographic coordinate system for " + projected.name().toStdString());
+    return result;
+}
+
+Ellipsoid ellipsoidOf(const CoordSystemPtr& coordSystem)
+{
+    if (!coordSystem)
+        return Ellipsoid::wgs84();
+    const double rf = coordSystem->inverseFlattening();
+    return {coordSystem->semiMajorAxis(), rf > 0.0 ? 1.0 / rf : 0.0};
+}
+
+MeasureFrame MeasureFrame::planar(const ConstGeometryPtr& g)
+{
+    MeasureFrame frame;
+    frame.geometry = linearized(g);
+    const CoordSystemPtr& cs = g->coordSystem();
+    if (cs && cs->isGeographic())
+        throw std::invalid_argument("Cartesian measures need projected coordinates, not longitude and latitude");
+    if (cs && cs->isProjected() && cs->axisUnitFactor() > 0.0)
+        frame.unitInMetres = cs->axisUnitFactor();
+    frame.ellipsoid = ellipsoidOf(cs);
+    return frame;
+}
+
+MeasureFrame MeasureFrame::geographic(const ConstGeometryPtr& g)
+{
+    MeasureFrame frame;
+    const CoordSystemPtr& cs = g->coordSystem();
+    frame.ellipsoid = ellipsoidOf(cs);
+    if (!cs) {
+        frame.geometry = linearized(g);
+        return frame;
+    }
+    if (cs->isProjected()) {
+        frame.geometry = linearized(g->transformed(geographicBase(*cs)));
+        return frame;
+    }
+    if (!cs->isGeographic())
+        throw std::invalid_argument("The coordinate system is neither geographic nor projected: "
+                                    + cs->name().toStdString());
+    frame.geometry = linearized(g);
+    const double toDegrees = cs->axisUnitFactor() * 180.0 / M_PI;
+    if (toDegrees > 0.0 && std::abs(toDegrees - 1.0) > 1e-12) {   // grads, radians, ...
+        std::unique_ptr<Geometry> copy = frame.geometry->clone();
+        copy->transformPoints([toDegrees](const QPointF& p) { return p * toDegrees; });
+        frame.geometry = std::move(copy);
+    }
+    return frame;
+}
+
+} // namespace tessera::geometry

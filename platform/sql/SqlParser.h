@@ -1,0 +1,42 @@
+#pragma once
+// Recursive-descent parser of the dialect: a statement (Select with compound
+// queries, Insert, Update, Delete) or a bare expression, optionally ended by
+// one ";". On failure the reason, with its position, is in errors().
+
+#include "platform/sql/SqlError.h"
+#include "platform/sql/SyntaxTree.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tessera::sql {
+
+class ParseContext;
+
+class SqlParser {
+public:
+    // Nested parentheses, sub-queries and prefix operators deeper than this
+    // are refused, so that a hostile text cannot exhaust the stack.
+    static constexpr int maxNesting = 256;
+    // Height limit of the tree (long operator chains build deep trees too).
+    static constexpr int maxHeight = 2000;
+
+    explicit SqlParser(const ParseContext* context);
+    ~SqlParser();
+    SqlParser(const SqlParser&) = delete;
+    SqlParser& operator=(const SqlParser&) = delete;
+
+    // Parses UTF-8 `text`; true on success, when root() holds the tree.
+    bool parse(const std::string& text);
+
+    const std::shared_ptr<ast::Node>& root() const { return tree; }
+    const std::vector<std::shared_ptr<SqlSyntaxError>>& errors() const { return problems; }
+
+private:
+    const ParseContext* context;
+    std::shared_ptr<ast::Node> tree;
+    std::vector<std::shared_ptr<SqlSyntaxError>> problems;
+};
+
+} // namespace tessera::sql

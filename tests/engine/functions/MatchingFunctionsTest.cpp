@@ -1,0 +1,188 @@
+#include "engine/functions/MatchingFunctions.h"
+
+#include "SqlHarness.h"
+#include "engine/EngineCache.h"
+
+#include <gtest/gtest.h>
+
+#include <QLocale>
+
+namespace tessera::engine {
+namespace {
+
+class TestCache : public EngineCache {
+public:
+    std::shared_ptr<cs::CoordSystem> tableCoordSystem(const QString&) const override { return {}; }
+};
+
+int collate(void* collator, int length1, const void* data1, int length2, const void* data2)
+{
+    return collatorCompare(*static_cast<const QCollator*>(collator), length1, data1, length2, data2);
+}
+
+void registerMatching(test::SqlHarness& db, void* userData)
+{
+    db.scalar("like", 2, caseInsensitiveLike, userData);
+    db.scalar("like", 3, caseInsensitiveLikeEscape, userData);
+    db.scalar("glob", 2, caseInsensitiveGlob, userData);
+    db.scalar("regexp", 2, regular, userData);
+    db.scalar("casesensitivecompare", 2, caseSensitiveCompare, userData);
+    db.scalar("localecompare", 2, caseSensitiveLocaleCompare, userData);
+}
+
+// Every matching test runs with the engine cache as user data and without.
+class MatchingFunctions : public ::testing::TestWithParam<bool> {
+protected:
+    MatchingFunctions() { registerMatching(db, GetParam() ? &cache : nullptr); }
+
+    TestCache cache;
+    test::SqlHarness db;
+};
+
+TEST_P(MatchingFunctions, Like)
+{
+    db.expectInt("SELECT 'ABC' LIKE 'ab%'", 1);
+    db.expectInt("SELECT like('ab%', 'ABC')", 1);
+    db.expectInt("SELECT 'abbc' LIKE 'a_c'", 0);
+    db.expectInt("SELECT 'abc' NOT LIKE 'a_c'", 0);
+    db.expectInt("SELECT 'Äpfel' LIKE 'ä%'", 1); // SQLite's own LIKE folds ASCII only
+    db.expectInt("SELECT 'ЁЛКА' LIKE '%лк_'", 1);
+    db.expectInt("SELECT 'a😀b' LIKE 'a_b'", 1);
+    db.expectInt("SELECT 'a.b' LIKE 'a.b'", 1);
+    db.expectInt("SELECT 'axb' LIKE 'a.b'", 0);
+    db.expectInt("SELECT 'line1' || char(10) || 'line2' LIKE 'line1%2'", 1);
+    db.expectInt("SELECT 123 LIKE '1_3'", 1);
+    db.expectInt("SELECT 'x' LIKE 'x%' ESCAPE NULL", 1);
+    db.expectNull("SELECT NULL LIKE 'a'");
+    db.expectNull("SELECT 'a' LIKE NULL");
+
+    db.expectInt("SELECT '10%' LIKE '10!%' ESCAPE '!'", 1);
+    db.expectInt("SELECT '100' LIKE '10!%' ESCAPE '!'", 0);
+    db.expectInt("SELECT like('10!%', '10!00', NULL)", 1); // a NULL escape is none
+    db.expectInt("SELECT like('10!%', '10!00', '')", 1);
+    db.expectInt("SELECT like('a#_', 'a_', '#xyz')", 1); // the first character escapes
+    db.expectInt("SELECT like('a#_', 'ab', '#xyz')", 0);
+}
+
+TEST_P(MatchingFunctions, GlobAndRegular)
+{
+    db.expectInt("SELECT 'a.txt' GLOB '*.TXT'", 1);
+    db.expectInt("SELECT 'a.txt' GLOB '*.doc'", 0);
+    db.expectInt("SELECT 'Жук' GLOB '[а-я]у?'", 1);
+    db.expectInt("SELECT '[x' GLOB '[x'", 1);
+    db.expectNull("SELECT NULL GLOB '*'");
+
+    db.expectInt("SELECT 'Abc' REGEXP '^a'", 0);
+    db.expectInt("SELECT 'abc' REGEXP 'b'", 1);
+    db.expectInt("SELECT 'abc' REGEXP '('", 0);
+    db.expectInt("SELECT 'Straße 5' REGEXP '\\d$'", 1);
+    db.expectInt("SELECT 'x😀y' REGEXP '^x.y$'", 1);
+    db.expectNull("SELECT 'abc' REGEXP NULL");
+}
+
+// Patterns that change from row to row, and an escape that changes under a
+// constant pattern: no compiled pattern may outlive the value it came from.
+TEST_P(MatchingFunctions, PatternsPerRow)
+{
+    db.exec("CREATE TABLE p(pattern, text, escape, expected);"
+            "INSERT INTO p VALUES ('a%', 'ABC', NULL, 1), ('b%', 'ABC', NULL, 0), ('%c', 'ABC', NULL, 1),"
+            " ('a!%', 'a%', '!', 1), ('a!%', 'a!x', NULL, 1), ('a!%', 'ax', '!', 0), ('a!%', 'a%', '#', 0),"
+            " ('(', 'x', NULL, 0), ('_', 'я', NULL, 1), (NULL, 'x', NULL, NULL);");
+    db.expectInt("SELECT count(*) FROM p WHERE like(pattern, text, escape) IS NOT expected", 0);
+    db.expectInt("SELECT count(*) FROM p WHERE like('a!%', text, escape) IS NOT (text = 'a%' AND escape = '!'"
+                 " OR text LIKE 'a!%' AND escape IS NULL)",
+                 0);
+    db.expectInt("SELECT count(*) FROM p WHERE text LIKE 'a%'", 4);
+    db.expectInt("SELECT sum(text GLOB pattern) FROM p WHERE pattern NOT LIKE '%!%%' ESCAPE '#'", 1);
+    db.expectInt("SELECT count(*) FROM p WHERE text REGEXP pattern", 0);
+}
+
+TEST_P(MatchingFunctions, CaseSensitiveCompare)
+{
+    EXPECT_GT(db.query("SELECT casesensitivecompare('a', 'B')").integer, 0);
+    EXPECT_LT(db.query("SELECT casesensitivecompare('B', 'a')").integer, 0);
+    db.expectInt("SELECT casesensitivecompare('Ärger', 'Ärger')", 0);
+    EXPECT_GT(db.query("SELECT casesensitivecompare('ё', 'я')").integer, 0); // U+0451 after U+044F
+    EXPECT_NE(db.query("SELECT casesensitivecompare('a', 'A')").integer, 0);
+    db.expectNull("SELECT casesensitivecompare(NULL, 'a')");
+    db.expectNull("SELECT localecompare('a', NULL)");
+}
+
+INSTANTIATE_TEST_SUITE_P(WithAndWithoutCache, MatchingFunctions, ::testing::Bool());
+
+class LocaleGuard {
+public:
+    explicit LocaleGuard(const QString& name) { QLocale::setDefault(QLocale(name)); }
+    ~LocaleGuard() { QLocale::setDefault(previous); }
+
+private:
+    QLocale previous;
+};
+
+std::vector<std::string> localeOrder(test::SqlHarness& db)
+{
+    std::vector<std::string> order;
+    sqlite3_stmt* stmt = nullptr;
+    EXPECT_EQ(sqlite3_prepare_v2(db.handle(), "SELECT w FROM words ORDER BY w COLLATE Locale, rowid", -1, &stmt,
+                                 nullptr),
+              SQLITE_OK);
+    while (sqlite3_step(stmt) == SQLITE_ROW)
+        order.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0)));
+    sqlite3_finalize(stmt);
+    return order;
+}
+
+TEST(LocaleComparison, FollowsTheDefaultLocale)
+{
+    for (const char* name : {"en_US", "ru_RU"}) {
+        SCOPED_TRACE(name);
+        LocaleGuard guard(name);
+        test::SqlHarness db;
+        registerMatching(db, nullptr);
+        // Letters before case; 'ё' next to 'е', not after 'я' as in code units.
+        EXPECT_LT(db.query("SELECT localecompare('a', 'B')").integer, 0);
+        EXPECT_LT(db.query("SELECT localecompare('ё', 'я')").integer, 0);
+        EXPECT_GT(db.query("SELECT localecompare('b', 'A')").integer, 0);
+        db.expectInt("SELECT localecompare('Öl', 'Öl')", 0);
+
+        const QCollator collator = engine::collator();
+        EXPECT_EQ(collator.caseSensitivity(), Qt::CaseInsensitive);
+        EXPECT_FALSE(collator.ignorePunctuation());
+        EXPECT_EQ(collator.locale(), QLocale());
+        QCollator* kept = new QCollator(collator);
+        ASSERT_EQ(sqlite3_create_collation_v2(db.handle(), "Locale", SQLITE_UTF16_ALIGNED, kept, collate,
+                                              [](void* p) { delete static_cast<QCollator*>(p); }),
+                  SQLITE_OK);
+        db.expectInt("SELECT 'apple' = 'APPLE' COLLATE Locale", 1);
+        db.expectInt("SELECT 'straße' = 'STRASSE' COLLATE Locale", 0);
+        db.expectInt("SELECT 'a-b' = 'ab' COLLATE Locale", 0); // punctuation counts
+        db.exec("CREATE TABLE words(w);"
+                "INSERT INTO words VALUES ('я'), ('Ёж'), ('е'), ('ж'), ('b'), ('A'), ('𝒜'), ('ä');");
+        const std::vector<std::string> order = localeOrder(db);
+        ASSERT_EQ(order.size(), 8u);
+        // Latin before Cyrillic in English, Cyrillic first in Russian.
+        const bool russian = QLocale().language() == QLocale::Russian;
+        const std::vector<std::string> cyrillic{"е", "Ёж", "ж", "я"};
+        const std::vector<std::string> latin{"A", "𝒜", "ä", "b"};
+        std::vector<std::string> expected = russian ? cyrillic : latin;
+        const std::vector<std::string>& second = russian ? latin : cyrillic;
+        expected.insert(expected.end(), second.begin(), second.end());
+        EXPECT_EQ(order, expected);
+    }
+}
+
+TEST(LocaleComparison, CollatorCompareHalvesByteLengths)
+{
+    LocaleGuard guard("de_DE");
+    const QCollator collator = engine::collator();
+    const QString a = QStringLiteral("Äpfel und Birnen");
+    const QString b = QStringLiteral("äpfel");
+    // Only the first five characters of `a` take part.
+    EXPECT_EQ(collatorCompare(collator, 10, a.utf16(), b.size() * 2, b.utf16()), 0);
+    EXPECT_GT(collatorCompare(collator, a.size() * 2, a.utf16(), b.size() * 2, b.utf16()), 0);
+    EXPECT_LT(collatorCompare(collator, 0, nullptr, 2, b.utf16()), 0);
+    EXPECT_EQ(collatorCompare(collator, 0, nullptr, 0, nullptr), 0);
+}
+
+} // namespace
+} // namespace tessera::engine

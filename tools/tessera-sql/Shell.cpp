@@ -1,0 +1,130 @@
+#include "tools/tessera-sql/Shell.h"
+
+#include "engine/Engine.h"
+#include "engine/EngineCache.h"
+#include "engine/geometry/GeometryConversions.h"
+#include "engine/translation/SqliteStringBuilder.h"
+#include "modules/functions/FunctionModule.h"
+#include "platform/core/Core.h"
+#include "platform/sql/SqlError.h"
+#include "platform/sql/SqlString.h"
+#include "tools/tessera-sql/GeometryText.h"
+#include "tools/tessera-sql/StatementSplitter.h"
+#include "tools/tessera-sql/TableImporter.h"
+
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QTextStream>
+#include <stdexcept>
+
+namespace tessera::shell {
+
+struct Shell::Private {
+    ShellOptions options;
+    std::unique_ptr<Core> core;
+    Engine* engine = nullptr;
+};
+
+Shell::Shell(ShellOptions options)
+    : d(std::make_unique<Private>())
+{
+    d->options = options;
+    d->core = std::make_unique<Core>();
+    d->engine = Engine::load(d->core.get());
+    d->engine->loadTableAdapterModule(d->core.get(), &modules::initFunctionModule);
+}
+
+Shell::~Shell()
+{
+    Engine::unload(d->core.get());
+}
+
+bool Shell::openFile(const QString& path, const QString& name, QString& error)
+{
+    return importTable(*d->engine, path, name, error);
+}
+
+bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
+{
+    engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
+    if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
+        sqlite = sql::fromSqlString(builder.query());
+        return true;
+    }
+    QStringList reasons;
+    for (const auto& e : builder.errors())
+        reasons << describeError(*e);
+    // A syntax error says where: parse again for the detailed message.
+    const QString detail = sql::describeSyntaxError(statement.toStdString());
+    if (!detail.isEmpty())
+        reasons << detail;
+    error = reasons.join(QLatin1String("; "));
+    return false;
+}
+
+bool Shell::runScript(const QString& script, QTextStream& out, QTextStream& err)
+{
+    for (const QString& statement : splitStatements(script))
+        if (!runStatement(statement, out, err))
+            return false;
+    return true;
+}
+
+bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream& err)
+{
+    QString text = statement;
+    if (!d->options.raw) {
+        QString error;
+        if (!translate(statement, text, error)) {
+            err << "error: " << error << '\n';
+            err.flush();
+            return false;
+        }
+    }
+    if (d->options.translateOnly) {
+        out << text << ";\n";
+        out.flush();
+        return true;
+    }
+
+    QSqlQuery query(d->engine->engineDatabase());
+    query.setForwardOnly(true);
+    if (!query.exec(text)) {
+        err << "error: " << query.lastError().databaseText() << '\n';
+        err.flush();
+        return false;
+    }
+    if (!query.isSelect()) {
+        if (query.numRowsAffected() >= 0 && d->options.format == OutputFormat::Table)
+            out << '(' << query.numRowsAffected() << " rows affected)\n";
+        out.flush();
+        return true;
+    }
+
+    ResultSet result;
+    const QSqlRecord record = query.record();
+    for (int c = 0; c < record.count(); ++c)
+        result.columns << record.fieldName(c);
+    while (query.next()) {
+        QVector<QVariant> row;
+        row.reserve(record.count());
+        for (int c = 0; c < record.count(); ++c) {
+            QVariant v = query.value(c);
+            if (v.userType() == QMetaType::QByteArray && !v.isNull())
+                v = blobText(v.toByteArray(), d->engine->cache());
+            row << v;
+        }
+        result.rows << row;
+    }
+    if (query.lastError().isValid()) {
+        err << "error: " << query.lastError().databaseText() << '\n';
+        err.flush();
+        return false;
+    }
+    printResult(out, result, d->options.format);
+    out.flush();
+    return true;
+}
+
+} // namespace tessera::shell

@@ -1,0 +1,44 @@
+#pragma once
+// The shell's session: an engine loaded into its own Core, with the function
+// module, running dialect statements (or raw SQLite ones) and printing results.
+
+#include "tools/tessera-sql/ResultPrinter.h"
+
+#include <QString>
+#include <memory>
+
+class QTextStream;
+
+namespace tessera::shell {
+
+struct ShellOptions {
+    OutputFormat format = OutputFormat::Table;
+    bool translateOnly = false;  // print the SQLite text instead of running it
+    bool raw = false;            // run the text as SQLite SQL, untranslated
+};
+
+class Shell {
+public:
+    // Throws std::runtime_error when the engine cannot start.
+    explicit Shell(ShellOptions options);
+    ~Shell();
+
+    // Opens a GIS file (GeoJSON, Shapefile, GeoPackage, MIF/TAB, CSV, ...) as
+    // table `name` (the file's base name when empty). False with a message in
+    // `error` when it cannot be read.
+    bool openFile(const QString& path, const QString& name, QString& error);
+
+    // Runs every statement of the script; stops at the first failing one.
+    // Returns false after an error, which is written to `err`.
+    bool runScript(const QString& script, QTextStream& out, QTextStream& err);
+    bool runStatement(const QString& statement, QTextStream& out, QTextStream& err);
+
+    // The SQLite text of a dialect statement, or false with the reasons in `error`.
+    bool translate(const QString& statement, QString& sqlite, QString& error) const;
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace tessera::shell

@@ -1,0 +1,143 @@
+// tessera-sql: runs dialect queries on the engine from the command line.
+
+#include "tools/tessera-sql/Shell.h"
+#include "tools/tessera-sql/StatementSplitter.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QTextStream>
+#include <cstdio>
+#include <exception>
+#include <unistd.h>
+
+using namespace tessera::shell;
+
+namespace {
+
+bool readFile(const QString& path, QString& text, QTextStream& err)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        err << "error: cannot read " << path << ": " << file.errorString() << '\n';
+        return false;
+    }
+    text = QString::fromUtf8(file.readAll());
+    return true;
+}
+
+// Reads statements from an interactive terminal, running each at its ';'.
+bool interactive(Shell& shell, QTextStream& in, QTextStream& out, QTextStream& err)
+{
+    QString pending;
+    bool ok = true;
+    for (;;) {
+        out << (pending.isEmpty() ? "tessera> " : "    ...> ");
+        out.flush();
+        const QString line = in.readLine();
+        if (line.isNull())
+            break;
+        pending += line + '\n';
+        // Run what is complete; keep an unfinished tail for the next line.
+        const int end = pending.lastIndexOf(';');
+        if (end < 0)
+            continue;
+        const QStringList statements = splitStatements(pending.left(end + 1));
+        pending = pending.mid(end + 1).trimmed();
+        for (const QString& s : statements)
+            ok = shell.runStatement(s, out, err) && ok;
+    }
+    if (!pending.trimmed().isEmpty())
+        ok = shell.runScript(pending, out, err) && ok;
+    return ok;
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("tessera-sql"));
+    QCoreApplication::setApplicationVersion(QStringLiteral("0.1"));
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Runs queries of the GIS SQL dialect on the Tessera engine.\n"
+        "Statements come from -c, from FILE, or from standard input; ';' separates them."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    const QCommandLineOption commandOption({QStringLiteral("c"), QStringLiteral("command")},
+        QStringLiteral("Run QUERY (may be given several times)."), QStringLiteral("QUERY"));
+    const QCommandLineOption openOption({QStringLiteral("o"), QStringLiteral("open")},
+        QStringLiteral("Open a GIS file as a table; NAME defaults to the file's base name."), QStringLiteral("PATH[=NAME]"));
+    const QCommandLineOption formatOption(QStringLiteral("format"),
+        QStringLiteral("Output format: table (default), csv or json."), QStringLiteral("FORMAT"), QStringLiteral("table"));
+    const QCommandLineOption translateOption(QStringLiteral("translate"),
+        QStringLiteral("Print the SQLite translation instead of running the query."));
+    const QCommandLineOption rawOption(QStringLiteral("raw"),
+        QStringLiteral("Run the text as SQLite SQL, without translation."));
+    parser.addOptions({commandOption, openOption, formatOption, translateOption, rawOption});
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Script of statements to run."), QStringLiteral("[FILE]"));
+    parser.process(app);
+
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    out.setCodec("UTF-8");
+    err.setCodec("UTF-8");
+
+    ShellOptions options;
+    if (!parseOutputFormat(parser.value(formatOption), options.format)) {
+        err << "error: unknown output format '" << parser.value(formatOption) << "' (use table, csv or json)\n";
+        return 2;
+    }
+    options.translateOnly = parser.isSet(translateOption);
+    options.raw = parser.isSet(rawOption);
+    if (options.raw && options.translateOnly) {
+        err << "error: --raw and --translate exclude each other\n";
+        return 2;
+    }
+    if (parser.positionalArguments().size() > 1) {
+        err << "error: at most one script file\n";
+        return 2;
+    }
+
+    try {
+        Shell shell(options);
+        for (const QString& spec : parser.values(openOption)) {
+            const int eq = spec.lastIndexOf('=');
+            const QString path = eq > 0 ? spec.left(eq) : spec;
+            const QString name = eq > 0 ? spec.mid(eq + 1) : QString();
+            QString error;
+            if (!shell.openFile(path, name, error)) {
+                err << "error: " << error << '\n';
+                return 1;
+            }
+        }
+
+        bool ok = true;
+        const QStringList commands = parser.values(commandOption);
+        for (const QString& command : commands)
+            ok = ok && shell.runScript(command, out, err);
+        if (!ok)
+            return 1;
+
+        if (!parser.positionalArguments().isEmpty()) {
+            QString script;
+            if (!readFile(parser.positionalArguments().front(), script, err))
+                return 1;
+            return shell.runScript(script, out, err) ? 0 : 1;
+        }
+        if (!commands.isEmpty())
+            return 0;
+
+        QTextStream in(stdin);
+        in.setCodec("UTF-8");
+        if (isatty(fileno(stdin)))
+            return interactive(shell, in, out, err) ? 0 : 1;
+        return shell.runScript(in.readAll(), out, err) ? 0 : 1;
+    } catch (const std::exception& e) {
+        err << "error: " << QString::fromUtf8(e.what()) << '\n';
+        return 1;
+    }
+}
