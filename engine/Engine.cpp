@@ -45,14 +45,14 @@ std::string utf8(const QString& text)
 
 // --- Internal ---------------------------------------------------------------
 
-Engine::Internal::Internal(Engine* engine)
+Engine::Internal::Internal(Engine* owner)
 {
     openDatabase();
     collator = engine::collator();
     // QCollator sets itself up on first use; do it here, before query threads share it.
     collator.compare(QStringLiteral("a"), QStringLiteral("b"));
     spatialiteCache = nullptr;
-    runtime = new sql::SqlRuntime(engine);
+    runtime = new sql::SqlRuntime(owner);
     prepareConnection();
 }
 

@@ -20,7 +20,7 @@ namespace tessera {
 class Engine::Internal final : public engine::EngineCache {
 public:
     // Opens and prepares the database; throws on any failure.
-    explicit Internal(Engine* engine);
+    explicit Internal(Engine* owner);
     ~Internal() override;
 
     std::shared_ptr<cs::CoordSystem> tableCoordSystem(const QString& table) const override;

@@ -1,6 +1,7 @@
 #include "engine/functions/MatchingFunctions.h"
 
 #include "engine/EngineCache.h"
+#include "engine/functions/TextArgument.h"
 #include "engine/functions/ValueConversions.h"
 #include "platform/utils/Patterns.h"
 
@@ -57,19 +58,27 @@ QRegularExpression compile(sqlite3_context* context, sqlite3_value* patternValue
     return compiled;
 }
 
+// A pattern that does not compile never matches (and is not run, which
+// would only log a warning per row).
+int matches(const QRegularExpression& expression, const QString& text)
+{
+    return expression.isValid() && expression.match(text).hasMatch() ? 1 : 0;
+}
+
 void match(sqlite3_context* context, sqlite3_value** argv, Syntax syntax, QChar escape = QChar())
 {
     if (isNull(argv[0]) || isNull(argv[1]))
         return sqlite3_result_null(context);
-    const QString text = toQString(argv[1]);
+    // Only read during this call: a view on SQLite's own UTF-16 buffer.
+    const QString text = textArgument(argv[1]);
 
     if (const auto* kept = static_cast<const CompiledPattern*>(sqlite3_get_auxdata(context, 0));
         kept && kept->escape == escape) {
-        return sqlite3_result_int(context, kept->expression.match(text).hasMatch() ? 1 : 0);
+        return sqlite3_result_int(context, matches(kept->expression, text));
     }
 
     const QRegularExpression expression = compile(context, argv[0], syntax, escape);
-    sqlite3_result_int(context, expression.match(text).hasMatch() ? 1 : 0);
+    sqlite3_result_int(context, matches(expression, text));
     // Last: SQLite may destroy the object before this call returns.
     sqlite3_set_auxdata(context, 0, new CompiledPattern{escape, expression}, destroyCompiled);
 }
@@ -106,14 +115,14 @@ void caseSensitiveCompare(sqlite3_context* context, int, sqlite3_value** argv)
 {
     if (isNull(argv[0]) || isNull(argv[1]))
         return sqlite3_result_null(context);
-    sqlite3_result_int(context, QString::compare(toQString(argv[0]), toQString(argv[1]), Qt::CaseSensitive));
+    sqlite3_result_int(context, QString::compare(textArgument(argv[0]), textArgument(argv[1]), Qt::CaseSensitive));
 }
 
 void caseSensitiveLocaleCompare(sqlite3_context* context, int, sqlite3_value** argv)
 {
     if (isNull(argv[0]) || isNull(argv[1]))
         return sqlite3_result_null(context);
-    sqlite3_result_int(context, QString::localeAwareCompare(toQString(argv[0]), toQString(argv[1])));
+    sqlite3_result_int(context, QString::localeAwareCompare(textArgument(argv[0]), textArgument(argv[1])));
 }
 
 QCollator collator()

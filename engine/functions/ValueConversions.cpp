@@ -85,8 +85,10 @@ std::string toString(sqlite3_value* value)
 
 QString toQString(sqlite3_value* value)
 {
-    const auto* text = static_cast<const ushort*>(sqlite3_value_text16(value));
-    return text ? QString::fromUtf16(text) : QString();
+    // Not QString::fromUtf16: it would drop a leading byte-order mark, and
+    // text functions count every UTF-16 code unit the user stored.
+    const auto* text = static_cast<const QChar*>(sqlite3_value_text16(value));
+    return text ? QString(text, -1) : QString();
 }
 
 QString toQStringUTF8(sqlite3_value* value)

@@ -2,6 +2,8 @@
 
 #include "platform/geometry/Approximation.h"
 #include "platform/geometry/Bounds.h"
+#include "platform/geometry/GeometryStream.h"
+#include "platform/serialization/StreamIo.h"
 
 #include <cmath>
 
@@ -82,6 +84,24 @@ std::unique_ptr<Geometry> Arc::approximateGeometry(const QSizeF& size) const
     }
     result->setCoordSystem(coordSystem());
     return result;
+}
+
+void Arc::saveBody(serialization::TrackingOutputArchive& archive) const
+{
+    QDataStream& s = archive.stream();
+    writeRect(s, r);
+    const double angles[2] = {a0, a1};
+    serialization::writeDoubles(s, angles, 2);
+}
+
+std::shared_ptr<Arc> Arc::load(serialization::TrackingInputArchive& archive, quint32 version)
+{
+    checkVersion("Arc", version);
+    QDataStream& s = archive.stream();
+    const QRectF rect = readRect(s);
+    double angles[2];
+    serialization::readDoubles(s, angles, 2);
+    return std::make_shared<Arc>(rect, angles[0], angles[1]);
 }
 
 } // namespace tessera::geometry

@@ -2,6 +2,8 @@
 
 #include "platform/geometry/Approximation.h"
 #include "platform/geometry/Bounds.h"
+#include "platform/geometry/GeometryStream.h"
+#include "platform/serialization/StreamIo.h"
 
 #include <cmath>
 
@@ -29,6 +31,18 @@ std::unique_ptr<Geometry> Ellipse::approximateGeometry(const QSizeF& size) const
     }
     result->setCoordSystem(coordSystem());
     return result;
+}
+
+void Ellipse::saveBody(serialization::TrackingOutputArchive& archive) const
+{
+    writeRect(archive.stream(), r);
+}
+
+std::shared_ptr<Ellipse> Ellipse::load(serialization::TrackingInputArchive& archive, quint32 version)
+{
+    checkVersion("Ellipse", version);
+    QDataStream& s = archive.stream();
+    return std::make_shared<Ellipse>(readRect(s));
 }
 
 } // namespace tessera::geometry

@@ -113,6 +113,8 @@ public:
     QString className() const override { return QStringLiteral("Point"); }
     void transformPoints(const std::function<QPointF(const QPointF&)>& f) override { if (!empty) pos = f(pos); }
     QPointF point() const { return pos; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<Point> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:
@@ -131,6 +133,8 @@ public:
     QString className() const override { return QStringLiteral("MultiPoint"); }
     void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
     const QVector<QPointF>& points() const { return pts; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<MultiPoint> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:
@@ -148,6 +152,8 @@ public:
     QString className() const override { return QStringLiteral("LineString"); }
     void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
     const QVector<QPointF>& points() const { return pts; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<LineString> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:
@@ -165,6 +171,8 @@ public:
     QString className() const override { return QStringLiteral("MultiLineString"); }
     void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
     const QVector<QVector<QPointF>>& lines() const { return ls; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<MultiLineString> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:
@@ -183,6 +191,8 @@ public:
     QString className() const override { return QStringLiteral("Polygon"); }
     void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
     const QVector<Ring>& rings() const { return rs; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<Polygon> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:
@@ -200,6 +210,8 @@ public:
     QString className() const override { return QStringLiteral("MultiPolygon"); }
     void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
     const QVector<QVector<Ring>>& polygons() const { return ps; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<MultiPolygon> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:
@@ -212,6 +224,7 @@ public:
     GeometryCollection() = default;
     explicit GeometryCollection(std::vector<std::shared_ptr<Geometry>> members) : ms(std::move(members)) {}
     GeometryCollection(const GeometryCollection& other);
+    GeometryCollection& operator=(const GeometryCollection& other);
     GeometryType type() const override { return GeometryType::Collection; }
     std::unique_ptr<Geometry> clone() const override { return std::make_unique<GeometryCollection>(*this); }
     bool isEmpty() const override;
@@ -219,6 +232,8 @@ public:
     QString className() const override { return QStringLiteral("GeometryCollection"); }
     void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
     const std::vector<std::shared_ptr<Geometry>>& members() const { return ms; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<GeometryCollection> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:
@@ -256,6 +271,8 @@ public:
     QRectF rect() const { return r; }
     double startAngle() const { return a0; }
     double endAngle() const { return a1; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<Arc> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:
@@ -274,6 +291,8 @@ public:
     void transformPoints(const std::function<QPointF(const QPointF&)>& f) override;
     std::unique_ptr<Geometry> approximateGeometry(const QSizeF& size) const override;
     QRectF rect() const { return r; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<Ellipse> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:
@@ -294,6 +313,8 @@ public:
     QRectF rect() const { return r; }
     double radiusX() const { return rx; }
     double radiusY() const { return ry; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<RoundedRectangle> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:
@@ -316,6 +337,8 @@ public:
     QString text() const { return t; }
     QRectF box() const { return r; }
     double angle() const { return ang; }
+    // Reads what saveBody() wrote; throws serialization::Error.
+    static std::shared_ptr<Text> load(serialization::TrackingInputArchive& archive, quint32 version);
 protected:
     void saveBody(serialization::TrackingOutputArchive& archive) const override;
 private:

@@ -1,6 +1,10 @@
 #include "platform/geometry/Geometry.h"
 
 #include "platform/geometry/Bounds.h"
+#include "platform/geometry/GeometryStream.h"
+#include "platform/serialization/StreamIo.h"
+
+#include <algorithm>
 
 namespace tessera::geometry {
 
@@ -10,6 +14,16 @@ GeometryCollection::GeometryCollection(const GeometryCollection& other) : Geomet
     ms.reserve(other.ms.size());
     for (const auto& member : other.ms)
         ms.push_back(member ? std::shared_ptr<Geometry>(member->clone()) : nullptr);
+}
+
+GeometryCollection& GeometryCollection::operator=(const GeometryCollection& other)
+{
+    if (this != &other) {
+        GeometryCollection copy(other);
+        Geometry::operator=(copy);
+        ms = std::move(copy.ms);
+    }
+    return *this;
 }
 
 bool GeometryCollection::isEmpty() const
@@ -34,6 +48,33 @@ void GeometryCollection::transformPoints(const std::function<QPointF(const QPoin
     for (const auto& member : ms)
         if (member)
             member->transformPoints(f);
+}
+
+void GeometryCollection::saveBody(serialization::TrackingOutputArchive& archive) const
+{
+    const auto present = std::count_if(ms.begin(), ms.end(), [](const auto& m) { return m != nullptr; });
+    archive.stream() << quint32(present);
+    for (const auto& member : ms)
+        if (member)
+            archive.saveSerializable(*member);
+}
+
+std::shared_ptr<GeometryCollection> GeometryCollection::load(serialization::TrackingInputArchive& archive,
+                                                             quint32 version)
+{
+    checkVersion("GeometryCollection", version);
+    // The shortest member is a reference to an earlier object: a null class
+    // name and an index, 8 bytes.
+    const quint32 count = serialization::readCount(archive.stream(), 8);
+    std::vector<std::shared_ptr<Geometry>> members;
+    members.reserve(std::min<quint32>(count, 1u << 16));
+    for (quint32 i = 0; i < count; ++i) {
+        auto member = std::dynamic_pointer_cast<Geometry>(archive.loadSerializable());
+        if (!member)
+            throw serialization::Error("Archive holds a collection member that is no geometry");
+        members.push_back(std::move(member));
+    }
+    return std::make_shared<GeometryCollection>(std::move(members));
 }
 
 } // namespace tessera::geometry

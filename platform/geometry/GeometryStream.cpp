@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <string>
 
 namespace tessera::geometry {
 
@@ -52,6 +53,31 @@ QRectF readRect(QDataStream& stream)
     double values[4];
     readDoubles(stream, values, 4);
     return QRectF(values[0], values[1], values[2], values[3]);
+}
+
+void writeRings(QDataStream& stream, const QVector<QVector<QPointF>>& rings)
+{
+    stream << quint32(rings.size());
+    for (const auto& ring : rings)
+        writePoints(stream, ring);
+}
+
+QVector<QVector<QPointF>> readRings(QDataStream& stream)
+{
+    // Every ring takes at least its 4-byte count.
+    const quint32 count = readCount(stream, sizeof(quint32));
+    QVector<QVector<QPointF>> rings;
+    rings.reserve(int(std::min<quint32>(count, 1u << 16)));
+    for (quint32 i = 0; i < count; ++i)
+        rings.append(readPoints(stream));
+    return rings;
+}
+
+void checkVersion(const char* className, quint32 version)
+{
+    if (version != 0)
+        throw Error(std::string("Archive holds ") + className + " version " + std::to_string(version)
+                    + ", only version 0 can be read");
 }
 
 } // namespace tessera::geometry

@@ -2,6 +2,7 @@
 // Coordinate arrays and rectangles in geometry archives:
 //   points: quint32 n, then n pairs of doubles x, y
 //   rect:   doubles x, y, width, height
+//   rings:  quint32 n, then n points
 // (doubles as in serialization/StreamIo.h). Reads check counts against the
 // bytes left and throw serialization::Error.
 
@@ -16,5 +17,10 @@ void writePoints(QDataStream& stream, const QVector<QPointF>& points);
 QVector<QPointF> readPoints(QDataStream& stream);
 void writeRect(QDataStream& stream, const QRectF& rect);
 QRectF readRect(QDataStream& stream);
+void writeRings(QDataStream& stream, const QVector<QVector<QPointF>>& rings);
+QVector<QVector<QPointF>> readRings(QDataStream& stream);
+
+// Every geometry class is at version 0; later versions cannot be read.
+void checkVersion(const char* className, quint32 version);
 
 } // namespace tessera::geometry

@@ -1,6 +1,7 @@
 #include "platform/geometry/Geometry.h"
 
 #include "platform/geometry/Bounds.h"
+#include "platform/geometry/GeometryStream.h"
 
 namespace tessera::geometry {
 
@@ -16,6 +17,17 @@ void MultiLineString::transformPoints(const std::function<QPointF(const QPointF&
 {
     for (auto& line : ls)
         mapPoints(line, f);
+}
+
+void MultiLineString::saveBody(serialization::TrackingOutputArchive& archive) const
+{
+    writeRings(archive.stream(), ls);
+}
+
+std::shared_ptr<MultiLineString> MultiLineString::load(serialization::TrackingInputArchive& archive, quint32 version)
+{
+    checkVersion("MultiLineString", version);
+    return std::make_shared<MultiLineString>(readRings(archive.stream()));
 }
 
 } // namespace tessera::geometry

@@ -1,6 +1,7 @@
 #include "platform/geometry/Geometry.h"
 
 #include "platform/geometry/Bounds.h"
+#include "platform/geometry/GeometryStream.h"
 
 namespace tessera::geometry {
 
@@ -14,6 +15,17 @@ QRectF MultiPoint::boundingRect() const
 void MultiPoint::transformPoints(const std::function<QPointF(const QPointF&)>& f)
 {
     mapPoints(pts, f);
+}
+
+void MultiPoint::saveBody(serialization::TrackingOutputArchive& archive) const
+{
+    writePoints(archive.stream(), pts);
+}
+
+std::shared_ptr<MultiPoint> MultiPoint::load(serialization::TrackingInputArchive& archive, quint32 version)
+{
+    checkVersion("MultiPoint", version);
+    return std::make_shared<MultiPoint>(readPoints(archive.stream()));
 }
 
 } // namespace tessera::geometry

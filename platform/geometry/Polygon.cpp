@@ -1,6 +1,7 @@
 #include "platform/geometry/Geometry.h"
 
 #include "platform/geometry/Bounds.h"
+#include "platform/geometry/GeometryStream.h"
 
 namespace tessera::geometry {
 
@@ -18,6 +19,17 @@ void Polygon::transformPoints(const std::function<QPointF(const QPointF&)>& f)
 {
     for (Ring& ring : rs)
         mapPoints(ring, f);
+}
+
+void Polygon::saveBody(serialization::TrackingOutputArchive& archive) const
+{
+    writeRings(archive.stream(), rs);
+}
+
+std::shared_ptr<Polygon> Polygon::load(serialization::TrackingInputArchive& archive, quint32 version)
+{
+    checkVersion("Polygon", version);
+    return std::make_shared<Polygon>(readRings(archive.stream()));
 }
 
 } // namespace tessera::geometry

@@ -2,6 +2,8 @@
 
 #include "platform/geometry/Approximation.h"
 #include "platform/geometry/Bounds.h"
+#include "platform/geometry/GeometryStream.h"
+#include "platform/serialization/StreamIo.h"
 
 #include <algorithm>
 #include <cmath>
@@ -49,6 +51,24 @@ std::unique_ptr<Geometry> RoundedRectangle::approximateGeometry(const QSizeF& si
     result = std::make_unique<Polygon>(QVector<Ring>{std::move(ring)});
     result->setCoordSystem(coordSystem());
     return result;
+}
+
+void RoundedRectangle::saveBody(serialization::TrackingOutputArchive& archive) const
+{
+    QDataStream& s = archive.stream();
+    writeRect(s, r);
+    const double radii[2] = {rx, ry};
+    serialization::writeDoubles(s, radii, 2);
+}
+
+std::shared_ptr<RoundedRectangle> RoundedRectangle::load(serialization::TrackingInputArchive& archive, quint32 version)
+{
+    checkVersion("RoundedRectangle", version);
+    QDataStream& s = archive.stream();
+    const QRectF rect = readRect(s);
+    double radii[2];
+    serialization::readDoubles(s, radii, 2);
+    return std::make_shared<RoundedRectangle>(rect, radii[0], radii[1]);
 }
 
 } // namespace tessera::geometry

@@ -1,6 +1,8 @@
 #include "platform/geometry/Geometry.h"
 
 #include "platform/geometry/Bounds.h"
+#include "platform/geometry/GeometryStream.h"
+#include "platform/serialization/StreamIo.h"
 
 namespace tessera::geometry {
 
@@ -22,6 +24,24 @@ std::unique_ptr<Geometry> Text::approximateGeometry(const QSizeF&) const
     }
     result->setCoordSystem(coordSystem());
     return result;
+}
+
+void Text::saveBody(serialization::TrackingOutputArchive& archive) const
+{
+    QDataStream& s = archive.stream();
+    s << t;
+    writeRect(s, r);
+    serialization::writeDouble(s, ang);
+}
+
+std::shared_ptr<Text> Text::load(serialization::TrackingInputArchive& archive, quint32 version)
+{
+    checkVersion("Text", version);
+    QDataStream& s = archive.stream();
+    QString text = serialization::readString(s);
+    const QRectF box = readRect(s);
+    const double angle = serialization::readDouble(s);
+    return std::make_shared<Text>(std::move(text), box, angle);
 }
 
 } // namespace tessera::geometry

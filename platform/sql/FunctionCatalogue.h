@@ -2,7 +2,8 @@
 // The catalogue of every function a dialect user may call: the engine's own
 // SQL functions, SQLite's core, aggregate, date, math, JSON and window
 // functions, and SpatiaLite's SQL functions (without its administrative
-// functions that create or drop tables, topologies and metadata).
+// functions that create or drop tables, topologies and metadata, and without
+// its topology, network, XmlBlob and stored-procedure families).
 //
 // X(value, identifier, "name", type mask). Values are stored by callers, so an
 // entry keeps its value forever: new functions get the next free number.
@@ -930,5 +931,12 @@
     X(918, Y, "y", 1) \
     X(919, Year, "year", 1) \
     X(920, Z, "z", 1) \
-    X(921, Zeroblob, "zeroblob", 1)
+    X(921, Zeroblob, "zeroblob", 1) \
+    X(922, Buildmbr, "buildmbr", 1) \
+    X(923, Buildmbrfilter, "buildmbrfilter", 1) \
+    X(924, Gpkgmakepoint, "gpkgmakepoint", 1) \
+    X(925, Gpkgmakepointm, "gpkgmakepointm", 1) \
+    X(926, Gpkgmakepointz, "gpkgmakepointz", 1) \
+    X(927, Gpkgmakepointzm, "gpkgmakepointzm", 1) \
+    X(928, Sanitizegeometry, "sanitizegeometry", 1)
 // clang-format on

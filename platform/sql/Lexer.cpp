@@ -22,8 +22,11 @@ std::u32string decodeUtf8(const std::string& text)
     out.reserve(text.size());
     std::size_t i = 0;
     const std::size_t n = text.size();
+    int line = 1;
+    int column = 1;
     auto fail = [&](const char* what) {
-        throw ParseError(std::string(what) + " at byte " + std::to_string(i), out.size(), 0, 0, "UTF-8 text");
+        throw ParseError(positionText(line, column) + ": " + what + " (byte " + std::to_string(i) + ")", out.size(), line, column,
+                         "UTF-8 text");
     };
     while (i < n) {
         const auto b = static_cast<unsigned char>(text[i]);
@@ -58,6 +61,12 @@ std::u32string decodeUtf8(const std::string& text)
             fail("NUL character");
         out += cp;
         i += extra + 1;
+        if (cp == U'\n') {
+            ++line;
+            column = 1;
+        } else {
+            ++column;
+        }
     }
     return out;
 }
@@ -94,26 +103,22 @@ std::wstring toWide(const std::u32string& s, std::size_t from, std::size_t to)
     return QString::fromUcs4(part.data(), int(part.size())).toStdWString();
 }
 
-class Scanner {
+} // namespace
+
+class Lexer::Scanner {
 public:
     explicit Scanner(std::u32string text) : s(std::move(text)) {}
 
-    std::vector<Token> run()
+    Token next()
     {
-        std::vector<Token> tokens;
-        for (;;) {
-            skipBlanks();
-            Token t;
-            t.offset = pos;
-            t.line = line;
-            t.column = column;
-            if (pos >= s.size()) {
-                tokens.push_back(t);
-                return tokens;
-            }
+        skipBlanks();
+        Token t;
+        t.offset = pos;
+        t.line = line;
+        t.column = column;
+        if (pos < s.size())
             scan(t);
-            tokens.push_back(std::move(t));
-        }
+        return t;
     }
 
 private:
@@ -311,13 +316,29 @@ private:
     int column = 1;
 };
 
-} // namespace
+Lexer::Lexer(const std::string& utf8)
+{
+    if (utf8.size() > maxTextSize)
+        throw ParseError("text too long (" + std::to_string(utf8.size()) + " bytes, at most " + std::to_string(maxTextSize) + ")", 0, 1, 1,
+                         "a shorter text");
+    scanner = std::make_unique<Scanner>(decodeUtf8(utf8));
+}
+
+Lexer::~Lexer() = default;
+
+Token Lexer::next()
+{
+    return scanner->next();
+}
 
 std::vector<Token> Lexer::tokenize(const std::string& utf8)
 {
-    if (utf8.size() > maxTextSize)
-        throw ParseError("text too long (" + std::to_string(utf8.size()) + " bytes, at most " + std::to_string(maxTextSize) + ")", 0, 1, 1, {});
-    return Scanner(decodeUtf8(utf8)).run();
+    Lexer lexer(utf8);
+    std::vector<Token> tokens;
+    do
+        tokens.push_back(lexer.next());
+    while (tokens.back().kind != TokenKind::End);
+    return tokens;
 }
 
 } // namespace tessera::sql

@@ -7,4 +7,12 @@ ParseError::ParseError(std::string message, std::size_t offset, int line, int co
 {
 }
 
+NestingTooDeep::NestingTooDeep(std::size_t offset, int line, int column, int limit)
+    : ParseError("line " + std::to_string(line) + ", column " + std::to_string(column) + ": nesting deeper than " + std::to_string(limit)
+                     + " levels",
+                 offset, line, column, "at most " + std::to_string(limit) + " nested levels"),
+      maximum(limit)
+{
+}
+
 } // namespace tessera::sql

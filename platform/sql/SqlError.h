@@ -54,6 +54,7 @@ protected:
 class GeneralSyntaxError : public SqlSyntaxError {
 public:
     explicit GeneralSyntaxError(std::string message) : SqlSyntaxError(std::move(message)) {}
+    explicit GeneralSyntaxError(const char* message) : SqlSyntaxError(std::string(message)) {}
     explicit GeneralSyntaxError(const QString& message) : SqlSyntaxError(message.toStdString()) {}
 };
 
@@ -73,11 +74,23 @@ private:
     std::string what_expected;
 };
 
+// The text nests parentheses, sub-queries or operators deeper than the parser
+// allows; refused before the stack runs out.
+class NestingTooDeep : public ParseError {
+public:
+    NestingTooDeep(std::size_t offset, int line, int column, int limit);
+    int limit() const { return maximum; }
+
+private:
+    int maximum;
+};
+
 // The parse result is of another kind than the caller expected; the message
 // names the expected kind.
 class UnexpectedParseResult : public SqlSemanticError {
 public:
     explicit UnexpectedParseResult(std::string expected) : SqlSemanticError(std::move(expected)) {}
+    explicit UnexpectedParseResult(const char* expected) : SqlSemanticError(std::string(expected)) {}
     explicit UnexpectedParseResult(const QString& expected) : SqlSemanticError(expected.toStdString()) {}
     int errorType() const override { return UnexpectedParseResultType; }
 };

@@ -5,8 +5,11 @@
 #include "platform/sql/SqlRuntime.h"
 #include "platform/sql/SqlStrings.h"
 
+#include <QLoggingCategory>
 #include <QString>
 
+#include <algorithm>
+#include <deque>
 #include <unordered_set>
 
 namespace tessera::sql {
@@ -14,6 +17,16 @@ namespace tessera::sql {
 using namespace ast;
 
 namespace {
+
+Q_LOGGING_CATEGORY(lcParser, "tessera.sql")
+
+// Error paths stay out of line so that the recursive functions keep small
+// frames: the stack per nesting level bounds how deep a text may nest.
+#if defined(__GNUC__)
+#define TESSERA_SQL_COLD __attribute__((noinline, cold))
+#else
+#define TESSERA_SQL_COLD
+#endif
 
 // Words that never name a column or an alias without quotes.
 const std::unordered_set<std::wstring>& reservedWords()
@@ -40,7 +53,7 @@ const std::unordered_set<std::wstring>& joinWords()
 
 class Parser {
 public:
-    Parser(const ParseContext* context, std::vector<Token> tokens) : ctx(context), toks(std::move(tokens)) {}
+    Parser(const ParseContext* context, const std::string& text) : ctx(context), lexer(text) {}
 
     NodePtr statement()
     {
@@ -69,7 +82,7 @@ private:
         explicit Nesting(Parser& p) : parser(p)
         {
             if (++parser.depth > SqlParser::maxNesting)
-                parser.fail("less nesting (at most " + std::to_string(SqlParser::maxNesting) + " levels)");
+                parser.tooDeep(SqlParser::maxNesting);
         }
         ~Nesting() { --parser.depth; }
         Nesting(const Nesting&) = delete;
@@ -81,22 +94,30 @@ private:
 
     // ---- tokens -------------------------------------------------------------
 
-    const Token& peek(std::size_t ahead = 0) const
+    // Tokens are read on demand; a deque keeps references to the buffered
+    // ones valid while more are read behind them.
+    const Token& peek(std::size_t ahead = 0)
     {
-        const std::size_t i = std::min(pos + ahead, toks.size() - 1);
-        return toks[i];
+        while (buffered.size() <= ahead)
+            buffered.push_back(lexer.next());
+        return buffered[ahead];
     }
-    const Token& next()
+    Token next()
     {
-        const Token& t = toks[pos];
-        if (pos + 1 < toks.size())
-            ++pos;
+        peek();
+        Token t = std::move(buffered.front());
+        buffered.pop_front();
         return t;
+    }
+    void skip(std::size_t count)
+    {
+        for (std::size_t k = 0; k < count; ++k)
+            next();
     }
 
     static std::wstring lower(const Token& t) { return toLowercase(t.text); }
 
-    bool isWord(const wchar_t* word, std::size_t ahead = 0) const
+    bool isWord(const wchar_t* word, std::size_t ahead = 0)
     {
         const Token& t = peek(ahead);
         return t.kind == TokenKind::Word && lower(t) == word;
@@ -111,7 +132,7 @@ private:
     void expectWord(const wchar_t* word)
     {
         if (!acceptWord(word))
-            fail("'" + QString::fromWCharArray(word).toStdString() + "'");
+            failQuoted(word);
     }
     bool acceptSymbol(const wchar_t* symbol)
     {
@@ -123,7 +144,7 @@ private:
     void expectSymbol(const wchar_t* symbol)
     {
         if (!acceptSymbol(symbol))
-            fail("'" + QString::fromWCharArray(symbol).toStdString() + "'");
+            failQuoted(symbol);
     }
 
     static std::string describe(const Token& t)
@@ -139,11 +160,49 @@ private:
         }
     }
 
-    [[noreturn]] void fail(const std::string& expected) const
+    [[noreturn]] TESSERA_SQL_COLD void fail(const char* expected)
     {
         const Token& t = peek();
-        throw ParseError("line " + std::to_string(t.line) + ", column " + std::to_string(t.column) + ": expected " + expected + ", found " + describe(t),
+        throw ParseError("line " + std::to_string(t.line) + ", column " + std::to_string(t.column) + ": expected " + expected + ", found "
+                             + describe(t),
                          t.offset, t.line, t.column, expected);
+    }
+
+    [[noreturn]] TESSERA_SQL_COLD void failQuoted(const wchar_t* expected)
+    {
+        fail(("'" + QString::fromWCharArray(expected).toStdString() + "'").c_str());
+    }
+
+    [[noreturn]] TESSERA_SQL_COLD void tooDeep(int limit)
+    {
+        const Token& t = peek();
+        throw NestingTooDeep(t.offset, t.line, t.column, limit);
+    }
+
+    // Where an operator was written, for its error.
+    struct Place {
+        std::size_t offset;
+        int line;
+        int column;
+    };
+    Place here()
+    {
+        const Token& t = peek();
+        return {t.offset, t.line, t.column};
+    }
+
+    // Refuses an operator that the context does not offer, at its place.
+    void offered(OperationCode code, const Place& at, const char* spelling)
+    {
+        if (ctx && !ctx->hasOperator(code))
+            unavailable(at, spelling);
+    }
+
+    [[noreturn]] TESSERA_SQL_COLD static void unavailable(const Place& at, const char* spelling)
+    {
+        throw ParseError("line " + std::to_string(at.line) + ", column " + std::to_string(at.column) + ": the operator " + spelling
+                             + " is not available",
+                         at.offset, at.line, at.column, "an available operator");
     }
 
     template <class N, class... Args>
@@ -151,12 +210,12 @@ private:
     {
         auto node = std::make_shared<N>(std::forward<Args>(args)...);
         if (node->height() > SqlParser::maxHeight)
-            fail("a shallower expression (at most " + std::to_string(SqlParser::maxHeight) + " levels)");
+            tooDeep(SqlParser::maxHeight);
         return node;
     }
 
     // A name: a plain identifier that is not reserved, or a quoted one.
-    bool atName() const
+    bool atName()
     {
         const Token& t = peek();
         return t.kind == TokenKind::QuotedIdentifier || (t.kind == TokenKind::Word && !reservedWords().count(lower(t)));
@@ -407,120 +466,248 @@ private:
         return make<Delete>(table, where);
     }
 
-    // ---- expressions, loosest first -----------------------------------------
+    // ---- expressions --------------------------------------------------------
+    //
+    // Binary operators are read by precedence climbing over these levels, so
+    // that one level of parentheses costs a handful of small stack frames.
+    // Every cycle of the recursion passes a Nesting guard: parentheses,
+    // function calls, sub-queries, Case, Cast and prefix operators each count
+    // one level.
+    enum Level : int {
+        OrLevel = 0,
+        AndLevel = 1,        // And, Xor
+        NotLevel = 2,        // prefix Not
+        ComparisonLevel = 3, // comparisons and predicates
+        SpatialLevel = 4,
+        ConcatLevel = 5,     // & ||
+        AdditiveLevel = 6,
+        MultiplicativeLevel = 7,
+        PowerLevel = 8,
+    };
 
-    NodePtr expression()
+    // What follows an operand. `words` is how many tokens spell it.
+    struct Infix {
+        enum Shape { None, Plain, Is, Like, Between, In, SimilarTo } shape = None;
+        int level = -1;
+        OperationCode code = OperationCode::None;
+        std::size_t words = 1;
+        const char* spelling = "";
+    };
+
+    Infix infix()
     {
-        Nesting guard(*this);
-        return disjunction();
+        const Token& t = peek();
+        auto plain = [](int level, OperationCode code, const char* spelling, std::size_t words = 1) {
+            Infix op;
+            op.shape = Infix::Plain;
+            op.level = level;
+            op.code = code;
+            op.spelling = spelling;
+            op.words = words;
+            return op;
+        };
+        if (t.kind == TokenKind::Symbol) {
+            static const struct {
+                const wchar_t* symbol;
+                int level;
+                OperationCode code;
+                const char* spelling;
+            } symbols[] = {
+                {L"=", ComparisonLevel, OperationCode::Equal, "="},
+                {L"==", ComparisonLevel, OperationCode::Equal, "=="},
+                {L"<>", ComparisonLevel, OperationCode::NotEqual, "<>"},
+                {L"!=", ComparisonLevel, OperationCode::NotEqual, "!="},
+                {L"<", ComparisonLevel, OperationCode::Less, "<"},
+                {L">", ComparisonLevel, OperationCode::Greater, ">"},
+                {L"<=", ComparisonLevel, OperationCode::LessOrEqual, "<="},
+                {L">=", ComparisonLevel, OperationCode::GreaterOrEqual, ">="},
+                {L"&", ConcatLevel, OperationCode::Concat, "&"},
+                {L"||", ConcatLevel, OperationCode::Concat, "||"},
+                {L"+", AdditiveLevel, OperationCode::Plus, "+"},
+                {L"-", AdditiveLevel, OperationCode::Minus, "-"},
+                {L"*", MultiplicativeLevel, OperationCode::Multiply, "*"},
+                {L"/", MultiplicativeLevel, OperationCode::Divide, "/"},
+                {L"\\", MultiplicativeLevel, OperationCode::IntDivide, "\\"},
+                {L"%", MultiplicativeLevel, OperationCode::Mod, "%"},
+                {L"^", PowerLevel, OperationCode::Power, "^"},
+            };
+            for (const auto& s : symbols)
+                if (t.text == s.symbol)
+                    return plain(s.level, s.code, s.spelling);
+            return {};
+        }
+        if (t.kind != TokenKind::Word)
+            return {};
+        const std::wstring word = lower(t);
+        if (word == L"or")
+            return plain(OrLevel, OperationCode::Or, "Or");
+        if (word == L"and")
+            return plain(AndLevel, OperationCode::And, "And");
+        if (word == L"xor")
+            return plain(AndLevel, OperationCode::Xor, "Xor");
+        if (word == L"div")
+            return plain(MultiplicativeLevel, OperationCode::IntDivide, "Div");
+        if (word == L"mod")
+            return plain(MultiplicativeLevel, OperationCode::Mod, "Mod");
+        if (word == L"overlaps")
+            return plain(ComparisonLevel, OperationCode::Overlaps, "Overlaps");
+        if (word == L"intersects")
+            return plain(SpatialLevel, OperationCode::Intersects, "Intersects");
+        if (word == L"within")
+            return plain(SpatialLevel, OperationCode::Within, "Within");
+        if (word == L"partly" && isWord(L"within", 1))
+            return plain(SpatialLevel, OperationCode::PartlyWithin, "Partly Within", 2);
+        if (word == L"entirely" && isWord(L"within", 1))
+            return plain(SpatialLevel, OperationCode::EntirelyWithin, "Entirely Within", 2);
+        if (word == L"contains") {
+            if (isWord(L"part", 1))
+                return plain(SpatialLevel, OperationCode::ContainsPart, "Contains Part", 2);
+            if (isWord(L"entire", 1))
+                return plain(SpatialLevel, OperationCode::ContainsEntire, "Contains Entire", 2);
+            return plain(SpatialLevel, OperationCode::Contains, "Contains");
+        }
+        Infix op;
+        op.level = ComparisonLevel;
+        if (word == L"is") {
+            op.shape = Infix::Is;
+            return op;
+        }
+        if (word == L"similar") {
+            op.shape = Infix::SimilarTo;
+            op.code = OperationCode::SimilarTo;
+            op.spelling = "Similar To";
+            return op;
+        }
+        const bool negated = word == L"not";
+        const std::wstring predicate = negated ? (peek(1).kind == TokenKind::Word ? lower(peek(1)) : std::wstring()) : word;
+        op.words = negated ? 2 : 1;
+        if (predicate == L"like") {
+            op.shape = Infix::Like;
+            op.code = negated ? OperationCode::NotLike : OperationCode::Like;
+            op.spelling = negated ? "Not Like" : "Like";
+        } else if (predicate == L"glob") {
+            op.shape = Infix::Like;
+            op.code = negated ? OperationCode::NotGlob : OperationCode::Glob;
+            op.spelling = negated ? "Not Glob" : "Glob";
+        } else if (predicate == L"regexp") {
+            op.shape = Infix::Like;
+            op.code = negated ? OperationCode::NotRegexp : OperationCode::Regexp;
+            op.spelling = negated ? "Not Regexp" : "Regexp";
+        } else if (predicate == L"between") {
+            op.shape = Infix::Between;
+            op.code = negated ? OperationCode::NotBetween : OperationCode::Between;
+            op.spelling = negated ? "Not Between" : "Between";
+        } else if (predicate == L"in") {
+            op.shape = Infix::In;
+            op.code = negated ? OperationCode::NotIn : OperationCode::In;
+            op.spelling = negated ? "Not In" : "In";
+        } else {
+            return {};
+        }
+        return op;
     }
 
-    NodePtr disjunction()
-    {
-        NodePtr left = conjunction();
-        while (acceptWord(L"or"))
-            left = make<Operation>(OperationCode::Or, left, conjunction());
-        return left;
-    }
+    NodePtr expression() { return climb(OrLevel); }
 
-    NodePtr conjunction()
+    // An expression whose binary operators all bind at least as tightly as
+    // `minLevel`.
+    NodePtr climb(int minLevel)
     {
-        NodePtr left = negation();
+        NodePtr left = prefixed(minLevel);
         for (;;) {
-            if (acceptWord(L"and"))
-                left = make<Operation>(OperationCode::And, left, negation());
-            else if (acceptWord(L"xor"))
-                left = make<Operation>(OperationCode::Xor, left, negation());
-            else
+            const Infix op = infix();
+            if (op.shape == Infix::None || op.level < minLevel)
                 return left;
+            const Place at = here();
+            skip(op.words);
+            switch (op.shape) {
+            case Infix::None:
+            case Infix::Plain:
+                offered(op.code, at, op.spelling);
+                left = make<Operation>(op.code, left, climb(op.level + 1));
+                break;
+            case Infix::Is:
+                left = isOperation(left, at);
+                break;
+            case Infix::SimilarTo:
+                expectWord(L"to");
+                offered(op.code, at, op.spelling);
+                left = make<Operation>(op.code, left, climb(SpatialLevel));
+                break;
+            case Infix::Like: {
+                offered(op.code, at, op.spelling);
+                NodePtr pattern = climb(SpatialLevel);
+                NodePtr escapeChar;
+                if ((op.code == OperationCode::Like || op.code == OperationCode::NotLike) && acceptWord(L"escape"))
+                    escapeChar = climb(SpatialLevel);
+                left = make<Operation>(op.code, left, pattern, escapeChar);
+                break;
+            }
+            case Infix::Between: {
+                offered(op.code, at, op.spelling);
+                NodePtr low = climb(SpatialLevel);
+                expectWord(L"and");
+                NodePtr high = climb(SpatialLevel);
+                left = make<Operation>(op.code, left, make<Range>(low, high));
+                break;
+            }
+            case Infix::In:
+                offered(op.code, at, op.spelling);
+                left = make<Operation>(op.code, left, inList());
+                break;
+            }
         }
     }
 
-    NodePtr negation()
+    // `Is [Not] Null` (postfix) or `Is [Not] b`, after the word Is.
+    NodePtr isOperation(const NodePtr& left, const Place& at)
     {
-        if (isWord(L"not")) {
+        const bool negated = acceptWord(L"not");
+        if (acceptWord(L"null")) {
+            const OperationCode code = negated ? OperationCode::IsNotNull : OperationCode::IsNull;
+            offered(code, at, negated ? "Is Not Null" : "Is Null");
+            return make<Operation>(code, left);
+        }
+        const OperationCode code = negated ? OperationCode::IsNot : OperationCode::Is;
+        offered(code, at, negated ? "Is Not" : "Is");
+        return make<Operation>(code, left, climb(SpatialLevel));
+    }
+
+    // An operand with its prefix operators: Not where the level allows it,
+    // then signs.
+    NodePtr prefixed(int minLevel)
+    {
+        if (minLevel <= NotLevel && isWord(L"not")) {
+            const Place at = here();
             next();
             Nesting guard(*this);
-            return make<Operation>(OperationCode::Not, negation());
+            offered(OperationCode::Not, at, "Not");
+            return make<Operation>(OperationCode::Not, climb(NotLevel));
         }
-        return comparison();
+        return signed_();
     }
 
-    NodePtr comparison()
+    NodePtr signed_()
     {
-        NodePtr left = spatial();
-        for (;;) {
-            const Token& t = peek();
-            if (t.kind == TokenKind::Symbol) {
-                static const std::pair<const wchar_t*, OperationCode> symbols[] = {
-                    {L"=", OperationCode::Equal}, {L"==", OperationCode::Equal}, {L"<>", OperationCode::NotEqual},
-                    {L"!=", OperationCode::NotEqual}, {L"<", OperationCode::Less}, {L">", OperationCode::Greater},
-                    {L"<=", OperationCode::LessOrEqual}, {L">=", OperationCode::GreaterOrEqual},
-                };
-                bool found = false;
-                for (const auto& [symbol, code] : symbols) {
-                    if (t.text == symbol) {
-                        next();
-                        left = make<Operation>(code, left, spatial());
-                        found = true;
-                        break;
-                    }
-                }
-                if (found)
-                    continue;
-                return left;
-            }
-            if (acceptWord(L"is")) {
-                const bool negated = acceptWord(L"not");
-                if (acceptWord(L"null"))
-                    left = make<Operation>(negated ? OperationCode::IsNotNull : OperationCode::IsNull, left);
-                else
-                    left = make<Operation>(negated ? OperationCode::IsNot : OperationCode::Is, left, spatial());
-                continue;
-            }
-            std::size_t ahead = isWord(L"not") ? 1 : 0;
-            const bool negated = ahead == 1;
-            if (isWord(L"like", ahead) || isWord(L"glob", ahead) || isWord(L"regexp", ahead)) {
-                const std::wstring word = lower(peek(ahead));
-                pos += ahead;
-                next();
-                NodePtr pattern = spatial();
-                if (word == L"like") {
-                    NodePtr escapeChar;
-                    if (acceptWord(L"escape"))
-                        escapeChar = spatial();
-                    left = make<Operation>(negated ? OperationCode::NotLike : OperationCode::Like, left, pattern, escapeChar);
-                } else if (word == L"glob") {
-                    left = make<Operation>(negated ? OperationCode::NotGlob : OperationCode::Glob, left, pattern);
-                } else {
-                    left = make<Operation>(negated ? OperationCode::NotRegexp : OperationCode::Regexp, left, pattern);
-                }
-                continue;
-            }
-            if (isWord(L"between", ahead)) {
-                pos += ahead + 1;
-                NodePtr low = spatial();
-                expectWord(L"and");
-                NodePtr high = spatial();
-                left = make<Operation>(negated ? OperationCode::NotBetween : OperationCode::Between, left, make<Range>(low, high));
-                continue;
-            }
-            if (isWord(L"in", ahead)) {
-                pos += ahead + 1;
-                left = make<Operation>(negated ? OperationCode::NotIn : OperationCode::In, left, inList());
-                continue;
-            }
-            if (!negated && acceptWord(L"similar")) {
-                expectWord(L"to");
-                left = make<Operation>(OperationCode::SimilarTo, left, spatial());
-                continue;
-            }
-            if (!negated && acceptWord(L"overlaps")) {
-                left = make<Operation>(OperationCode::Overlaps, left, spatial());
-                continue;
-            }
-            return left;
+        if (peek().isSymbol(L"-") || peek().isSymbol(L"+")) {
+            const Place at = here();
+            const bool minus = next().text == L"-";
+            Nesting guard(*this);
+            const OperationCode code = minus ? OperationCode::Negate : OperationCode::UnaryPlus;
+            offered(code, at, minus ? "-" : "+");
+            return make<Operation>(code, signed_());
         }
+        NodePtr operand = primary();
+        while (isWord(L"collate")) {
+            const Place at = here();
+            next();
+            const TokenKind kind = peek().kind;
+            if (kind != TokenKind::Word && kind != TokenKind::QuotedIdentifier && kind != TokenKind::String)
+                fail("a collation name");
+            offered(OperationCode::Collate, at, "Collate");
+            operand = make<Operation>(OperationCode::Collate, operand, make<CollationName>(next().text));
+        }
+        return operand;
     }
 
     NodePtr inList()
@@ -543,103 +730,10 @@ private:
         return result;
     }
 
-    NodePtr spatial()
-    {
-        NodePtr left = concatenation();
-        for (;;) {
-            OperationCode code;
-            if (acceptWord(L"contains")) {
-                if (acceptWord(L"part"))
-                    code = OperationCode::ContainsPart;
-                else if (acceptWord(L"entire"))
-                    code = OperationCode::ContainsEntire;
-                else
-                    code = OperationCode::Contains;
-            } else if (acceptWord(L"intersects")) {
-                code = OperationCode::Intersects;
-            } else if (acceptWord(L"within")) {
-                code = OperationCode::Within;
-            } else if (acceptWord(L"partly")) {
-                expectWord(L"within");
-                code = OperationCode::PartlyWithin;
-            } else if (acceptWord(L"entirely")) {
-                expectWord(L"within");
-                code = OperationCode::EntirelyWithin;
-            } else {
-                return left;
-            }
-            left = make<Operation>(code, left, concatenation());
-        }
-    }
-
-    NodePtr concatenation()
-    {
-        NodePtr left = additive();
-        while (acceptSymbol(L"&") || acceptSymbol(L"||"))
-            left = make<Operation>(OperationCode::Concat, left, additive());
-        return left;
-    }
-
-    NodePtr additive()
-    {
-        NodePtr left = multiplicative();
-        for (;;) {
-            if (acceptSymbol(L"+"))
-                left = make<Operation>(OperationCode::Plus, left, multiplicative());
-            else if (acceptSymbol(L"-"))
-                left = make<Operation>(OperationCode::Minus, left, multiplicative());
-            else
-                return left;
-        }
-    }
-
-    NodePtr multiplicative()
-    {
-        NodePtr left = power();
-        for (;;) {
-            OperationCode code;
-            if (acceptSymbol(L"*"))
-                code = OperationCode::Multiply;
-            else if (acceptSymbol(L"/"))
-                code = OperationCode::Divide;
-            else if (acceptSymbol(L"\\") || acceptWord(L"div"))
-                code = OperationCode::IntDivide;
-            else if (acceptSymbol(L"%") || acceptWord(L"mod"))
-                code = OperationCode::Mod;
-            else
-                return left;
-            left = make<Operation>(code, left, power());
-        }
-    }
-
-    NodePtr power()
-    {
-        NodePtr left = unary();
-        while (acceptSymbol(L"^"))
-            left = make<Operation>(OperationCode::Power, left, unary());
-        return left;
-    }
-
-    NodePtr unary()
-    {
-        if (peek().isSymbol(L"-") || peek().isSymbol(L"+")) {
-            const OperationCode code = next().text == L"-" ? OperationCode::Negate : OperationCode::UnaryPlus;
-            Nesting guard(*this);
-            return make<Operation>(code, unary());
-        }
-        NodePtr operand = primary();
-        while (acceptWord(L"collate")) {
-            if (peek().kind != TokenKind::Word && peek().kind != TokenKind::QuotedIdentifier && peek().kind != TokenKind::String)
-                fail("a collation name");
-            operand = make<Operation>(OperationCode::Collate, operand, make<CollationName>(next().text));
-        }
-        return operand;
-    }
-
     NodePtr primary()
     {
-        const Token& t = peek();
-        switch (t.kind) {
+        const TokenKind kind = peek().kind;
+        switch (kind) {
         case TokenKind::Integer:
             return make<Number>(Number::Integer, next().text);
         case TokenKind::Real:
@@ -649,7 +743,7 @@ private:
         case TokenKind::QuotedIdentifier:
             return nameExpression();
         case TokenKind::Symbol:
-            if (t.isSymbol(L"("))
+            if (peek().isSymbol(L"("))
                 return parenthesised();
             fail("an expression");
         case TokenKind::End:
@@ -657,7 +751,7 @@ private:
         case TokenKind::Word:
             break;
         }
-        const std::wstring word = lower(t);
+        const std::wstring word = lower(peek());
         if (word == L"null") {
             next();
             return make<NullValue>();
@@ -670,20 +764,28 @@ private:
             return caseExpression();
         if (word == L"cast")
             return castExpression();
-        if (word == L"exists") {
-            next();
-            Nesting guard(*this);
-            expectSymbol(L"(");
-            if (!isWord(L"select"))
-                fail("Select");
-            NodePtr q = query();
-            expectSymbol(L")");
-            return make<Operation>(OperationCode::Exists, make<SubQuery>(q));
-        }
-        // Some reserved words are also function names (Like(a, b), Mod(a, b)).
-        if (reservedWords().count(word) && !(peek(1).isSymbol(L"(") && word != L"not" && word != L"select" && word != L"in"))
+        if (word == L"exists")
+            return existsExpression();
+        // A few reserved words also name functions (Asc(c), Like(a, b),
+        // Mod(a, b)); only a call of a catalogued function reads as one.
+        if (reservedWords().count(word)
+            && !(peek(1).isSymbol(L"(") && FunctionNameInfo::find(QString::fromStdWString(word)) != FunctionName::None))
             fail("an expression");
         return nameExpression();
+    }
+
+    NodePtr existsExpression()
+    {
+        const Place at = here();
+        next();
+        Nesting guard(*this);
+        offered(OperationCode::Exists, at, "Exists");
+        expectSymbol(L"(");
+        if (!isWord(L"select"))
+            fail("Select");
+        NodePtr q = query();
+        expectSymbol(L")");
+        return make<Operation>(OperationCode::Exists, make<SubQuery>(q));
     }
 
     NodePtr nameExpression()
@@ -803,8 +905,8 @@ private:
     }
 
     const ParseContext* ctx;
-    std::vector<Token> toks;
-    std::size_t pos = 0;
+    Lexer lexer;
+    std::deque<Token> buffered;
     int depth = 0;
 };
 
@@ -821,14 +923,17 @@ bool SqlParser::parse(const std::string& text)
     tree.reset();
     problems.clear();
     try {
-        Parser parser(context, Lexer::tokenize(text));
+        Parser parser(context, text);
         tree = parser.statement();
         return true;
+    } catch (const NestingTooDeep& error) {
+        problems.push_back(std::make_shared<NestingTooDeep>(error));
     } catch (const ParseError& error) {
         problems.push_back(std::make_shared<ParseError>(error));
     } catch (const std::bad_alloc&) {
         problems.push_back(std::make_shared<GeneralSyntaxError>(std::string("text too large to parse")));
     }
+    qCDebug(lcParser) << "parse failed:" << problems.front()->what();
     return false;
 }
 

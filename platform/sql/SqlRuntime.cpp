@@ -9,6 +9,11 @@ FunctionName ParseContext::functionName(const std::wstring& name) const
     return FunctionNameInfo::find(QString::fromStdWString(name));
 }
 
+bool ParseContext::hasOperator(OperationCode) const
+{
+    return true;
+}
+
 namespace {
 
 OperatorSet defaultOperators()

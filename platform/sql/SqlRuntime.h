@@ -16,6 +16,9 @@ public:
     // The catalogue value of the function called `name` (any case), None for
     // a name outside the catalogue. The parser stores it in the call's node.
     virtual FunctionName functionName(const std::wstring& name) const;
+    // Whether the parser accepts operator `code`; a refused operator is a
+    // syntax error at its place. Every operator by default.
+    virtual bool hasOperator(OperationCode code) const;
 };
 
 class SqlRuntime : public QObject, public ParseContext {
@@ -27,6 +30,7 @@ public:
     // The operators this runtime translates: every code but 0, 10 and 31
     // unless set otherwise.
     const OperatorSet& operators() const { return operatorSet; }
+    bool hasOperator(OperationCode code) const override { return operatorSet.contains(code); }
     void setOperators(OperatorSet operators) { operatorSet = std::move(operators); }
 
 private:

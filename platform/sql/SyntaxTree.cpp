@@ -75,6 +75,17 @@ Function::Function(std::wstring name, std::uint8_t flags, std::int32_t attribute
     grow(arguments);
 }
 
+bool Function::isRowNumber() const
+{
+    if (fname.size() != 6)
+        return false;
+    static const wchar_t lower[] = L"rownum";
+    for (std::size_t i = 0; i < 6; ++i)
+        if (fname[i] != lower[i] && fname[i] != lower[i] - (L'a' - L'A'))
+            return false;
+    return true;
+}
+
 Case::Case(NodePtr operand, std::vector<When> whens, NodePtr otherwise)
     : subject(std::move(operand)), branches(std::move(whens)), elseValue(std::move(otherwise))
 {

@@ -94,6 +94,8 @@ public:
     std::uint8_t flags() const { return fflags; }
     std::int32_t attribute() const { return attr; }
     const NodeList& args() const { return arguments; }
+    // The row-number pseudo function, written rownum or rownum().
+    bool isRowNumber() const;
     // The same call under another name.
     Function renamed(std::wstring newName) const { return Function(std::move(newName), fflags, attr, arguments); }
 

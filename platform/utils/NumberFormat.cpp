@@ -44,6 +44,37 @@ DecimalDigits decimalDigits(double absValue, int significant)
     return result;
 }
 
+// `d` cut to `significant` digits, halves away from zero. Rounding the
+// 15-digit decimal text rather than the binary value makes 1.25 and 2.675
+// round as written.
+DecimalDigits roundedDigits(double absValue, int significant)
+{
+    DecimalDigits d = decimalDigits(absValue, significant > 15 ? significant : 15);
+    if (significant < 1)
+        significant = 1;
+    if (d.count <= significant)
+        return d;
+    const bool up = d.digits[significant] >= '5';
+    d.count = significant;
+    if (up) {
+        int i = d.count - 1;
+        while (i >= 0 && d.digits[i] == '9')
+            --i;
+        if (i < 0) {
+            // All nines: 9.99 becomes 10.
+            d.digits[0] = '1';
+            d.count = 1;
+            ++d.point;
+            return d;
+        }
+        ++d.digits[i];
+        d.count = i + 1;
+    }
+    while (d.count > 1 && d.digits[d.count - 1] == '0')
+        --d.count;
+    return d;
+}
+
 // Plain C-locale digits (no exponent) of a decimal digit sequence.
 QString plainText(const DecimalDigits& d, bool negative)
 {
@@ -153,7 +184,7 @@ QString toStringByMode(double x, DigitsMode mode, int digits)
         return QString::number(x, 'g', digits);
     if (x == 0.0)
         return QStringLiteral("0");
-    return plainText(decimalDigits(std::fabs(x), digits), x < 0);
+    return plainText(roundedDigits(std::fabs(x), digits), x < 0);
 }
 
 QString separateDouble(double x, const QLocale& locale)

@@ -7,7 +7,8 @@
 #include "modules/functions/FunctionModule.h"
 #include "platform/core/Core.h"
 #include "platform/sql/SqlError.h"
-#include "platform/sql/SqlString.h"
+#include "platform/sql/SqlStrings.h"
+#include "tools/tessera-sql/ErrorText.h"
 #include "tools/tessera-sql/GeometryText.h"
 #include "tools/tessera-sql/StatementSplitter.h"
 #include "tools/tessera-sql/TableImporter.h"
@@ -38,6 +39,16 @@ Shell::Shell(ShellOptions options)
 Shell::~Shell()
 {
     Engine::unload(d->core.get());
+}
+
+const ShellOptions& Shell::options() const
+{
+    return d->options;
+}
+
+void Shell::setOptions(ShellOptions options)
+{
+    d->options = options;
 }
 
 bool Shell::openFile(const QString& path, const QString& name, QString& error)

@@ -19,9 +19,13 @@ struct ShellOptions {
 
 class Shell {
 public:
-    // Throws std::runtime_error when the engine cannot start.
+    // Throws std::runtime_error when the engine cannot start. The engine is
+    // made once per process, so a process has one Shell at a time.
     explicit Shell(ShellOptions options);
     ~Shell();
+
+    const ShellOptions& options() const;
+    void setOptions(ShellOptions options);
 
     // Opens a GIS file (GeoJSON, Shapefile, GeoPackage, MIF/TAB, CSV, ...) as
     // table `name` (the file's base name when empty). False with a message in

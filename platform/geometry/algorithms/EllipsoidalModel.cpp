@@ -25,8 +25,9 @@ double EllipsoidalModel::ringArea(const Ring& ring) const
     for (int i = 0; i < n; ++i)
         polygon.AddPoint(ring[i].y(), ring[i].x());
     double perimeter = 0.0, area = 0.0;
-    // Unsigned: the smaller of the two regions the ring bounds.
-    polygon.Compute(false, false, perimeter, area);
+    // Signed, so that a clockwise ring gives its own area (negated) rather
+    // than the area of the rest of the earth; either orientation counts.
+    polygon.Compute(false, true, perimeter, area);
     return std::abs(area);
 }
 

@@ -68,6 +68,26 @@ bool GeosAdapter::check(char predicateResult) const
     return predicateResult == 1;
 }
 
+std::pair<QPointF, QPointF> GeosAdapter::nearestPoints(const GEOSGeometry* a, const GEOSGeometry* b) const
+{
+    if (GEOSisEmpty_r(ctx, a) == 1 || GEOSisEmpty_r(ctx, b) == 1)
+        throw std::runtime_error("An empty geometry has no nearest points");
+    const GeosCoordSequence seq(GEOSNearestPoints_r(ctx, a, b), GeosCoordSequenceDeleter{ctx});
+    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
+    if (!seq || !GEOSCoordSeq_getXY_r(ctx, seq.get(), 0, &x1, &y1) || !GEOSCoordSeq_getXY_r(ctx, seq.get(), 1, &x2, &y2))
+        throw std::runtime_error("GEOS found no nearest points: " + lastError());
+    return {QPointF(x1, y1), QPointF(x2, y2)};
+}
+
+QPointF GeosAdapter::centroid(const GEOSGeometry* g) const
+{
+    const GeosGeometry c = own(GEOSGetCentroid_r(ctx, g));
+    double x = 0.0, y = 0.0;
+    if (GEOSisEmpty_r(ctx, c.get()) == 1 || !GEOSGeomGetX_r(ctx, c.get(), &x) || !GEOSGeomGetY_r(ctx, c.get(), &y))
+        throw std::runtime_error("An empty geometry has no centroid");
+    return {x, y};
+}
+
 GeosGeometry GeosAdapter::toGeos(const ConstGeometryPtr& g) const
 {
     if (!g)

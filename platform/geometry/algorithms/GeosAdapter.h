@@ -7,6 +7,7 @@
 
 #include <geos_c.h>
 #include <memory>
+#include <utility>
 
 namespace tessera::geometry {
 
@@ -15,6 +16,12 @@ struct GeosGeometryDeleter {
     void operator()(GEOSGeometry* g) const { if (g) GEOSGeom_destroy_r(context, g); }
 };
 using GeosGeometry = std::unique_ptr<GEOSGeometry, GeosGeometryDeleter>;
+
+struct GeosCoordSequenceDeleter {
+    GEOSContextHandle_t context = nullptr;
+    void operator()(GEOSCoordSequence* s) const { if (s) GEOSCoordSeq_destroy_r(context, s); }
+};
+using GeosCoordSequence = std::unique_ptr<GEOSCoordSequence, GeosCoordSequenceDeleter>;
 
 class GeosAdapter {
 public:
@@ -37,6 +44,13 @@ public:
 
     // Throws std::runtime_error for a GEOS predicate's error value 2.
     bool check(char predicateResult) const;
+
+    // The closest pair of points of a and b (a's first). Throws
+    // std::runtime_error when GEOS finds none (an empty operand).
+    std::pair<QPointF, QPointF> nearestPoints(const GEOSGeometry* a, const GEOSGeometry* b) const;
+
+    // The centroid of g. Throws std::runtime_error for an empty geometry.
+    QPointF centroid(const GEOSGeometry* g) const;
 
     // GEOS's last error or notice text on this thread.
     std::string lastError() const;

@@ -30,7 +30,7 @@ double LambertModel::distance(const QPointF& p1, const QPointF& p2) const
     const double Y = (sigma + std::sin(sigma)) * std::pow(std::cos(P) * std::sin(Q), 2) / (sinHalf * sinHalf);
     const double d = e.a * (sigma - e.f / 2 * (X + Y));
     if (!std::isfinite(d))
-        throw std::runtime_error("Lambert's formula is undefined for antipodal points");
+        throw std::runtime_error("Lambert's formula has no value for these points");
     return d;
 }
 

@@ -66,7 +66,26 @@ MeasureFrame MeasureFrame::planar(const ConstGeometryPtr& g)
     return frame;
 }
 
+namespace {
+
+// Geodesic formulas give NaN beyond the poles: say so instead.
+void requireLatitudes(const MeasureFrame& frame)
+{
+    const QRectF box = frame.geometry->boundingRect().normalized();
+    if (box.top() < -90.0 || box.bottom() > 90.0)
+        throw std::invalid_argument("Latitudes must lie between -90 and 90 degrees");
+}
+
+} // namespace
+
 MeasureFrame MeasureFrame::geographic(const ConstGeometryPtr& g)
+{
+    MeasureFrame frame = inDegrees(g);
+    requireLatitudes(frame);
+    return frame;
+}
+
+MeasureFrame MeasureFrame::inDegrees(const ConstGeometryPtr& g)
 {
     MeasureFrame frame;
     const CoordSystemPtr& cs = g->coordSystem();

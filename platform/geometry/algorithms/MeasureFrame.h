@@ -19,7 +19,11 @@ struct MeasureFrame {
     // Throws std::invalid_argument for a geographic coordinate system.
     static MeasureFrame planar(const ConstGeometryPtr& g);
     // Throws std::runtime_error when the transformation fails.
+    // Throws std::invalid_argument for latitudes beyond the poles.
     static MeasureFrame geographic(const ConstGeometryPtr& g);
+
+private:
+    static MeasureFrame inDegrees(const ConstGeometryPtr& g);
 };
 
 // The geographic system a projected one is based on (same datum), from PROJ.

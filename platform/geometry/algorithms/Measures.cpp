@@ -33,6 +33,8 @@ void requireGeometry(const ConstGeometryPtr& g)
 {
     if (!g)
         throw std::invalid_argument("No geometry");
+    if (g->isEmpty())
+        throw std::invalid_argument("The geometry is empty");
 }
 
 // 255 picks by the coordinate system; any other value names its model.
@@ -122,19 +124,10 @@ double areaInMetres(CalcMode mode, const ConstGeometryPtr& g)
     return sum;
 }
 
-QPointF geosCentroid(const GeosAdapter& geos, const ConstGeometryPtr& linear)
-{
-    const GeosGeometry g = geos.toGeos(linear);
-    const GeosGeometry c = geos.own(GEOSGetCentroid_r(geos.handle(), g.get()));
-    double x = 0.0, y = 0.0;
-    if (GEOSisEmpty_r(geos.handle(), c.get()) == 1 || !GEOSGeomGetX_r(geos.handle(), c.get(), &x)
-        || !GEOSGeomGetY_r(geos.handle(), c.get(), &y))
-        throw std::runtime_error("An empty geometry has no centroid");
-    return {x, y};
-}
-
 double minDistanceInMetres(CalcMode mode, const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
+    requireGeometry(a);
+    requireGeometry(b);
     const auto [ga, gb] = alignCoordSystems(a, b);
     mode = resolve(mode, ga);
     const MeasureFrame fa = frameFor(mode, ga);
@@ -142,36 +135,35 @@ double minDistanceInMetres(CalcMode mode, const ConstGeometryPtr& a, const Const
     const GeosAdapter geos;
     const GeosGeometry ea = geos.toGeos(fa.geometry);
     const GeosGeometry eb = geos.toGeos(fb.geometry);
-    if (GEOSisEmpty_r(geos.handle(), ea.get()) == 1 || GEOSisEmpty_r(geos.handle(), eb.get()) == 1)
-        throw std::runtime_error("No distance to an empty geometry");
     if (mode == CalcMode::Cartesian) {
+        if (GEOSisEmpty_r(geos.handle(), ea.get()) == 1 || GEOSisEmpty_r(geos.handle(), eb.get()) == 1)
+            throw std::invalid_argument("No distance to an empty geometry");
         double d = 0.0;
         if (!GEOSDistance_r(geos.handle(), ea.get(), eb.get(), &d))
             throw std::runtime_error("GEOS distance failed: " + geos.lastError());
         return d * fa.unitInMetres;
     }
-    // On the earth: the closest points are found in degrees and the model
-    // measures between them. Near the poles or for very large shapes the
-    // closest pair in degrees may differ slightly from the geodesic one.
-    std::unique_ptr<GEOSCoordSequence, std::function<void(GEOSCoordSequence*)>> seq(
-        GEOSNearestPoints_r(geos.handle(), ea.get(), eb.get()),
-        [h = geos.handle()](GEOSCoordSequence* s) { if (s) GEOSCoordSeq_destroy_r(h, s); });
-    if (!seq)
-        throw std::runtime_error("GEOS nearest points failed: " + geos.lastError());
-    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
-    GEOSCoordSeq_getXY_r(geos.handle(), seq.get(), 0, &x1, &y1);
-    GEOSCoordSeq_getXY_r(geos.handle(), seq.get(), 1, &x2, &y2);
-    return modelFor(mode, fa)->distance({x1, y1}, {x2, y2});
+    // On the earth the closest pair is found in degrees and the model measures
+    // between its two points. This is exact for points and shapes that touch;
+    // between a vertex and a long edge, near the poles or across the
+    // antimeridian the pair closest in degrees may be a little farther apart
+    // on the earth than the true closest pair.
+    const auto [pa, pb] = geos.nearestPoints(ea.get(), eb.get());
+    return modelFor(mode, fa)->distance(pa, pb);
 }
 
 double centroidDistanceInMetres(CalcMode mode, const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
+    requireGeometry(a);
+    requireGeometry(b);
     const auto [ga, gb] = alignCoordSystems(a, b);
     mode = resolve(mode, ga);
     const MeasureFrame fa = frameFor(mode, ga);
     const MeasureFrame fb = frameFor(mode, gb);
     const GeosAdapter geos;
-    return modelFor(mode, fa)->distance(geosCentroid(geos, fa.geometry), geosCentroid(geos, fb.geometry));
+    const GeosGeometry ea = geos.toGeos(fa.geometry);
+    const GeosGeometry eb = geos.toGeos(fb.geometry);
+    return modelFor(mode, fa)->distance(geos.centroid(ea.get()), geos.centroid(eb.get()));
 }
 
 } // namespace

@@ -165,7 +165,8 @@ QPointF MifReader::point()
 QVector<QPointF> MifReader::points(int n)
 {
     QVector<QPointF> pts;
-    pts.reserve(n);
+    // A count larger than the text can hold must not allocate before it fails.
+    pts.reserve(static_cast<int>(std::min<std::size_t>(static_cast<std::size_t>(n), (tokens.size() - pos) / 2)));
     for (int i = 0; i < n; ++i)
         pts.append(point());
     return pts;
@@ -205,8 +206,16 @@ void MifReader::skipStyles(bool toEnd, double* angle)
             fail(toEnd ? "a style clause or the end of the text" : "a style clause or a geometry");
         inStyle = true;
         ++pos;
-        if (!t->quoted && angle && t->text.compare("angle", Qt::CaseInsensitive) == 0)
+        if (t->quoted)
+            continue;
+        if (angle && t->text.compare("angle", Qt::CaseInsensitive) == 0) {
             *angle = number("a text angle");
+        } else if (t->text.compare("label", Qt::CaseInsensitive) == 0) {
+            // "Label Line Simple|Arrow x y": the word "Line" here is no geometry.
+            const Token* kind = peek();
+            if (kind && !kind->quoted && kind->text.compare("line", Qt::CaseInsensitive) == 0)
+                ++pos;
+        }
     }
 }
 

@@ -15,37 +15,11 @@ Q_LOGGING_CATEGORY(lcPredicates, "tessera.geometry.predicates")
 
 namespace tessera::geometry {
 
-namespace {
-
-// Bounding boxes compared by their coordinates: QRectF::intersects treats
-// the zero-width boxes of points and straight lines as empty.
-bool boxesMeet(const QRectF& a, const QRectF& b)
-{
-    return a.left() <= b.right() && b.left() <= a.right() && a.top() <= b.bottom() && b.top() <= a.bottom();
-}
-
-bool boxHolds(const QRectF& outer, const QRectF& inner)
-{
-    return outer.left() <= inner.left() && inner.right() <= outer.right() && outer.top() <= inner.top()
-        && inner.bottom() <= outer.bottom();
-}
-
-QPointF centroidOf(const GeosAdapter& geos, const GEOSGeometry* g)
-{
-    const GeosGeometry c = geos.own(GEOSGetCentroid_r(geos.handle(), g));
-    double x = 0.0, y = 0.0;
-    if (GEOSisEmpty_r(geos.handle(), c.get()) == 1 || !GEOSGeomGetX_r(geos.handle(), c.get(), &x)
-        || !GEOSGeomGetY_r(geos.handle(), c.get(), &y))
-        throw std::runtime_error("An empty geometry has no centroid");
-    return {x, y};
-}
-
-} // namespace
-
+// Empty operands relate to nothing. GEOS compares envelopes first by itself.
 bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
     const auto [ga, gb] = alignCoordSystems(a, b);
-    if (ga->isEmpty() || gb->isEmpty() || !boxesMeet(ga->boundingRect().normalized(), gb->boundingRect().normalized()))
+    if (ga->isEmpty() || gb->isEmpty())
         return false;
     const GeosAdapter geos;
     const GeosGeometry ea = geos.toGeos(ga);
@@ -56,7 +30,7 @@ bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
     const auto [ga, gb] = alignCoordSystems(a, b);
-    if (ga->isEmpty() || gb->isEmpty() || !boxHolds(ga->boundingRect().normalized(), gb->boundingRect().normalized()))
+    if (ga->isEmpty() || gb->isEmpty())
         return false;
     const GeosAdapter geos;
     const GeosGeometry ea = geos.toGeos(ga);
@@ -67,11 +41,11 @@ bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
     const auto [ga, gb] = alignCoordSystems(a, b);
-    if (ga->isEmpty() || gb->isEmpty() || !boxesMeet(ga->boundingRect().normalized(), gb->boundingRect().normalized()))
+    if (ga->isEmpty() || gb->isEmpty())
         return false;
     const GeosAdapter geos;
     const GeosGeometry eb = geos.toGeos(gb);
-    const QPointF c = centroidOf(geos, eb.get());
+    const QPointF c = geos.centroid(eb.get());
     const GeosGeometry ea = geos.toGeos(ga);
     const GeosGeometry point = geos.own(GEOSGeom_createPointFromXY_r(geos.handle(), c.x(), c.y()));
     // A centroid on a's boundary counts as held.
@@ -86,16 +60,8 @@ GeometryPtr NearestPoints(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
     const GeosAdapter geos;
     const GeosGeometry ea = geos.toGeos(ga);
     const GeosGeometry eb = geos.toGeos(gb);
-    GEOSCoordSequence* seq = GEOSNearestPoints_r(geos.handle(), ea.get(), eb.get());
-    if (!seq)
-        return {};
-    double x1 = 0, y1 = 0, x2 = 0, y2 = 0;
-    const bool ok = GEOSCoordSeq_getXY_r(geos.handle(), seq, 0, &x1, &y1)
-        && GEOSCoordSeq_getXY_r(geos.handle(), seq, 1, &x2, &y2);
-    GEOSCoordSeq_destroy_r(geos.handle(), seq);
-    if (!ok)
-        throw std::runtime_error("GEOS nearest points failed: " + geos.lastError());
-    auto line = std::make_shared<LineString>(QVector<QPointF>{{x1, y1}, {x2, y2}});
+    const auto [pa, pb] = geos.nearestPoints(ea.get(), eb.get());
+    auto line = std::make_shared<LineString>(QVector<QPointF>{pa, pb});
     line->setCoordSystem(ga->coordSystem());
     return line;
 }
@@ -106,7 +72,7 @@ QPointF centroid(const ConstGeometryPtr& g)
         throw std::invalid_argument("No geometry");
     const GeosAdapter geos;
     const GeosGeometry e = geos.toGeos(g);
-    return centroidOf(geos, e.get());
+    return geos.centroid(e.get());
 }
 
 GeometryPtr PointOnSurface(const ConstGeometryPtr& g)
@@ -129,14 +95,12 @@ GeometryPtr normalizedGeometry(const ConstGeometryPtr& g)
         return {};
     const GeosAdapter geos;
     const GeosGeometry e = geos.toGeos(g);
-    GeometryPtr result;
-    if (GEOSisValid_r(geos.handle(), e.get()) == 1) {
-        result = geos.fromGeos(e.get());
-    } else {
-        const GeosGeometry valid = geos.own(GEOSMakeValid_r(geos.handle(), e.get()));
-        qCDebug(lcPredicates) << "made an invalid" << g->className() << "valid";
-        result = geos.fromGeos(valid.get());
-    }
+    // A valid geometry is returned as it is, curves and shapes included.
+    if (geos.check(GEOSisValid_r(geos.handle(), e.get())))
+        return g->clone();
+    const GeosGeometry valid = geos.own(GEOSMakeValid_r(geos.handle(), e.get()));
+    qCDebug(lcPredicates) << "made an invalid" << g->className() << "valid";
+    GeometryPtr result = geos.fromGeos(valid.get());
     result->setCoordSystem(g->coordSystem());
     return result;
 }

@@ -4,8 +4,15 @@
 
 #include <QString>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <sqlite3.h>
 #include <string>
+
+// Readable QString values in failure messages.
+inline void PrintTo(const QString& text, std::ostream* os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
 
 namespace tessera::engine::test {
 
@@ -92,6 +99,13 @@ public:
         const SqlResult r = query(sql);
         EXPECT_EQ(r.type, SQLITE_FLOAT) << sql << (r.error.empty() ? "" : ": " + r.error);
         EXPECT_DOUBLE_EQ(r.real, expected) << sql;
+    }
+
+    void expectText(const std::string& sql, const QString& expected) const
+    {
+        const SqlResult r = query(sql);
+        EXPECT_EQ(r.type, SQLITE_TEXT) << sql << (r.error.empty() ? "" : ": " + r.error);
+        EXPECT_EQ(r.text, expected) << sql;
     }
 
     void expectNull(const std::string& sql) const

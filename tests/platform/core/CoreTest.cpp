@@ -41,14 +41,14 @@ TEST(Core, FirstRegisteredServiceStaysFoundAndDestroyedServicesVanish)
     Core core;
     auto* first = new Base;
     auto* second = new Base;
-    int signals = 0;
-    QObject::connect(&core, &Core::serviceRegistered, [&](QObject*) { ++signals; });
+    int emitted = 0;
+    QObject::connect(&core, &Core::serviceRegistered, [&](QObject*) { ++emitted; });
 
     core.registerService(first);
     core.registerService(second);
     core.registerService(first);      // a second registration of the same object adds nothing
     core.registerService(nullptr);
-    EXPECT_EQ(signals, 2);
+    EXPECT_EQ(emitted, 2);
     EXPECT_EQ(core.findService<Base>(), first);
 
     delete first;

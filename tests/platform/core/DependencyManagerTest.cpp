@@ -14,7 +14,7 @@ namespace {
 class Consumer : public HasDependencies {
 public:
     explicit Consumer(Core* core) : HasDependencies(core) {
-        dependencyManager().addDependency<Core>([this](QObject* o) { core = qobject_cast<Core*>(o); });
+        dependencyManager().addDependency<Core>([this](QObject* o) { this->core = qobject_cast<Core*>(o); });
         dependencyManager().addDependency<Catalog>([this](QObject*) { ++catalogCallbacks; });
     }
     Core* core = nullptr;

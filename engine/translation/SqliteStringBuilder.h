@@ -1,0 +1,159 @@
+#pragma once
+// The translator from the dialect's syntax tree to SQLite SQL. On top of the
+// base builder it maps the geometry and style columns to the hidden column
+// names, turns the Selection pseudo-table into a row-id filter, rewrites the
+// operators SQLite lacks into calls of the engine's SQL functions, renames
+// the functions whose engine implementation has another name, numbers rows
+// for rownum in the query's own order, and collects errors instead of
+// throwing.
+
+#include "engine/translation/CaseInsensitiveLess.h"
+#include "platform/sql/SqlError.h"
+#include "platform/sql/SqlStringBuilder.h"
+
+#include <QSqlDatabase>
+#include <QString>
+#include <QStringList>
+#include <QUuid>
+
+#include <cstdint>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tessera::dp {
+class Selection;
+class Table;
+} // namespace tessera::dp
+
+namespace tessera::engine {
+
+class EngineCache;
+
+// The hidden column names of a table's first geometry and first style
+// attribute.
+inline constexpr const wchar_t* geometryColumnName = L"cd750f8a9a2b4fac9b9b05eb53795d97";
+inline constexpr const wchar_t* styleColumnName = L"d39f65c319974aa198a899a89b1240c7";
+
+class SqliteStringBuilder : public sql::SqlStringBuilder {
+public:
+    using NamePair = std::pair<std::wstring, std::wstring>;
+    using NameSet = std::set<QString, caseInsensitiveLess>;
+    using ErrorList = std::vector<std::shared_ptr<sql::SqlError>>;
+
+    SqliteStringBuilder(const QSqlDatabase& db, QString collate, const sql::StringBuildContext* context);
+    ~SqliteStringBuilder() override;
+
+    const std::wstring& query() const { return finished; }
+    // (qualifier, column) of every column reference emitted, when asked for.
+    const std::vector<NamePair>& columns() const { return columnList; }
+    // (table, alias) of every table primary of the statement, when asked for.
+    const std::vector<NamePair>& dependencies() const { return dependencyList; }
+    // (table, alias) of the outermost query's table primaries, when asked for.
+    const std::vector<NamePair>& primaries() const { return primaryList; }
+    bool isAggregate() const { return aggregate; }
+    bool isIdUsed() const { return idUsed; }
+    // Where the fourth part (grouping, ordering, limits) of the outermost
+    // query begins in query(); 0 before an outermost query was assembled.
+    std::int64_t insertOffset() const { return offsetOfTail; }
+    const ErrorList& errors() const { return errorList; }
+    const NameSet& unsupportedList() const { return unsupported; }
+    const QString& collate() const { return collation; }
+
+    void setCollate(QString collate) { collation = std::move(collate); }
+    void setQuery(std::wstring text) { finished = std::move(text); }
+    void setNeedDependencies(bool need) { needDependencies = need; }
+    void setNeedColumns(bool need) { needColumns = need; }
+    // Function names that may be called; empty allows every function.
+    void setWhiteList(NameSet names) { whiteList = std::move(names); }
+    // Queries that read the Selection pseudo-table are filtered to the rows
+    // of `selection`, numbered through `cache`.
+    void setSelection(const dp::Selection& selection, EngineCache* cache);
+
+    bool hasErrors() const { return !errorList.empty() || !unsupported.empty(); }
+    void setError(std::shared_ptr<sql::SqlError> error);
+    void addError(std::shared_ptr<sql::SqlError> error);
+    void setErrors(const std::vector<std::shared_ptr<sql::SqlSyntaxError>>& errors);
+    void addErrors(const std::vector<std::shared_ptr<sql::SqlSyntaxError>>& errors);
+    // One UnknownFunction error per name of the unsupported list.
+    void addTranslateErrors();
+
+    using sql::SqlStringBuilder::visit;
+    void visit(const sql::ast::ColumnReference& node) override;
+    void visit(const sql::ast::Function& node) override;
+    void visit(const sql::ast::Operation& node) override;
+    void visit(const sql::ast::QuerySpecification& node) override;
+    void visit(const sql::ast::String& node) override;
+    void visit(const sql::ast::TablePrimary& node) override;
+    void visit(const sql::ast::Update& node) override;
+    void visit(const sql::ast::Delete& node) override;
+
+    // The geometry (obj, object) or style (style, tr$$_rendition) rewrite
+    // alone: true when `node` named that column and was emitted.
+    bool visitGeo(const sql::ast::ColumnReference& node);
+    bool visitStyle(const sql::ast::ColumnReference& node);
+    // The names of the columns that `sqliteQuery` yields on the database;
+    // empty when SQLite rejects it.
+    QStringList expandAsterisk(const QString& sqliteQuery);
+
+    // The rownum ordering placeholder of the innermost query.
+    QString orderById() const;
+
+    // The name under which the data catalog offers the current selection.
+    static QString selectionTableName();
+
+protected:
+    void visitCorrectedColumn(const sql::ast::ColumnReference& node);
+    void visitImpl(const sql::ast::ColumnReference& node);
+    void correctRowNumber(const sql::ast::QuerySpecification& spec);
+    bool isIndex(const sql::ast::SortSpecification& spec, const sql::ast::NodeList& selectList, const QString& queryText,
+                 std::wstring& out);
+    bool isAlias(const sql::ast::SortSpecification& spec, const sql::ast::NodeList& selectList, std::wstring& out);
+
+    int precedence(const sql::ast::Node& node) const override;
+    std::wstring operationToString(sql::OperationCode code) const override;
+    std::wstring ternaryToString(sql::TernaryLogic::Value value) override;
+    void onFrom(std::wstring& text) override;
+    void onWhere(std::wstring& text) override;
+    std::wstring constructSelect(std::wstring a, std::wstring b, std::wstring c, std::wstring d) override;
+    std::wstring targetColumn(const std::wstring& name) override;
+
+private:
+    struct Scope {
+        std::set<std::wstring> aliases; // names of the selection in this query's From
+        QUuid id = QUuid::createUuid();
+    };
+    class ScopeGuard;
+    struct ResultColumn {
+        QString name;
+        bool fromTable; // the origin column of a table, not an expression
+    };
+    std::vector<ResultColumn> resultColumns(const QString& sqliteQuery);
+
+    bool isSelectionName(const std::wstring& name) const;
+    bool isOutermost() const { return scopes.size() <= 1; }
+    void recordDependency(const std::wstring& name, const std::wstring& alias);
+
+    QSqlDatabase database;
+    std::int64_t offsetOfTail = 0;
+    std::uint64_t fromLength = 0;
+    std::wstring finished;
+    QString collation;
+    ErrorList errorList;
+    std::vector<NamePair> dependencyList;
+    std::vector<NamePair> primaryList;
+    NameSet whiteList;
+    NameSet unsupported;
+    std::vector<NamePair> columnList;
+    std::vector<Scope> scopes;
+    std::set<std::int64_t> selectionIds;
+    std::shared_ptr<dp::Table> selectionTable;
+    bool needDependencies = false;
+    bool needColumns = false;
+    bool aggregate = false;
+    bool idUsed = false;
+};
+
+} // namespace tessera::engine

@@ -1,0 +1,144 @@
+#include "GeometrySamples.h"
+
+#include "platform/cs/CoordSystem.h"
+#include "platform/serialization/Archive.h"
+
+#include <gtest/gtest.h>
+
+using namespace tessera;
+using namespace tessera::geometry;
+using namespace tessera::serialization;
+
+namespace {
+
+QByteArray save(const Geometry& g)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::ReadWrite);
+    BinaryOutputArchive archive(stream);
+    TrackingOutputArchive tracking(archive);
+    tracking.saveSerializable(g);
+    return bytes;
+}
+
+std::shared_ptr<Geometry> load(const QByteArray& bytes)
+{
+    QDataStream stream(bytes);
+    BinaryInputArchive archive(stream);
+    TrackingInputArchive tracking(archive);
+    auto object = tracking.loadSerializable();
+    auto g = std::dynamic_pointer_cast<Geometry>(object);
+    if (!g)
+        throw Error("not a geometry");
+    return g;
+}
+
+QByteArray tag(const char* name)
+{
+    QByteArray out;
+    QDataStream s(&out, QIODevice::WriteOnly);
+    s << QString::fromLatin1(name) << quint32(0);
+    return out;
+}
+
+} // namespace
+
+TEST(GeometryArchive, EveryKindRoundTrips)
+{
+    const auto wgs84 = cs::CoordSysFactory::defaultCoordSysFactory()->createFromEpsg(4326);
+    for (const auto& g : test::allSamples()) {
+        SCOPED_TRACE(g->className().toStdString());
+        const QByteArray plain = save(*g);
+        g->setCoordSystem(wgs84);
+        // The coordinate system is stored apart, never in the geometry's bytes.
+        EXPECT_EQ(save(*g), plain);
+        const auto back = load(plain);
+        ASSERT_TRUE(back);
+        EXPECT_EQ(back->className(), g->className());
+        EXPECT_TRUE(test::sameGeometry(*back, *g));
+        EXPECT_FALSE(back->coordSystem());
+        EXPECT_EQ(back->isEmpty(), g->isEmpty());
+        EXPECT_EQ(save(*back), plain);
+    }
+}
+
+TEST(GeometryArchive, ByteLayout)
+{
+    EXPECT_EQ(save(Point(QPointF(1.0, -2.0))).toHex(),
+              (tag("Point") + QByteArray::fromHex("00" "3ff0000000000000" "c000000000000000")).toHex());
+    EXPECT_EQ(save(Point()).toHex(), (tag("Point") + QByteArray::fromHex("01")).toHex());
+    EXPECT_EQ(save(LineString(QVector<QPointF>{{0.5, 0}})).toHex(),
+              (tag("LineString") + QByteArray::fromHex("00000001" "3fe0000000000000" "0000000000000000")).toHex());
+    EXPECT_EQ(save(Ellipse(QRectF(0, 0, 2, 1))).toHex(),
+              (tag("Ellipse")
+               + QByteArray::fromHex("0000000000000000" "0000000000000000" "4000000000000000" "3ff0000000000000"))
+                  .toHex());
+
+    // A collection that holds one member twice writes it once and refers to
+    // it; empty member pointers are left out.
+    auto shared = std::make_shared<Point>(QPointF(3, 4));
+    GeometryCollection twice(std::vector<std::shared_ptr<Geometry>>{shared, nullptr, shared});
+    const QByteArray bytes = save(twice);
+    const QByteArray expected = tag("GeometryCollection") + QByteArray::fromHex("00000002") + tag("Point")
+        + QByteArray::fromHex("00" "4008000000000000" "4010000000000000" "ffffffff" "00000001");
+    EXPECT_EQ(bytes.toHex(), expected.toHex());
+    const auto back = std::dynamic_pointer_cast<GeometryCollection>(load(bytes));
+    ASSERT_TRUE(back);
+    ASSERT_EQ(back->members().size(), 2u);
+    EXPECT_TRUE(test::sameGeometry(*back->members()[1], *shared));
+}
+
+TEST(GeometryArchive, MalformedBytesThrow)
+{
+    EXPECT_THROW(load(QByteArray()), Error);
+    // Bad empty flag of a point; unknown version.
+    EXPECT_THROW(load(tag("Point") + QByteArray::fromHex("02")), Error);
+    QByteArray v1;
+    {
+        QDataStream s(&v1, QIODevice::WriteOnly);
+        s << QStringLiteral("Point") << quint32(1);
+    }
+    EXPECT_THROW(load(v1 + QByteArray::fromHex("01")), Error);
+    // Counts far beyond the bytes left are refused before anything is allocated.
+    for (const char* cls : {"LineString", "MultiPoint", "Polygon", "MultiLineString", "MultiPolygon",
+                            "GeometryCollection"})
+        EXPECT_THROW(load(tag(cls) + QByteArray::fromHex("7fffffff0000000000000000")), Error) << cls;
+    // A text whose length runs past the data.
+    EXPECT_THROW(load(tag("Text") + QByteArray::fromHex("7ffffff0")), Error);
+    // A collection member that refers to the collection itself.
+    EXPECT_THROW(load(tag("GeometryCollection") + QByteArray::fromHex("00000001" "ffffffff" "00000000")), Error);
+
+    // Every cut of every kind throws, and no flipped byte crashes.
+    for (const auto& g : test::allSamples()) {
+        const QByteArray full = save(*g);
+        for (int cut = 0; cut < full.size(); ++cut)
+            EXPECT_THROW(load(full.left(cut)), Error) << g->className().toStdString() << " cut at " << cut;
+        for (int i = 0; i < full.size(); ++i) {
+            QByteArray bad = full;
+            bad[i] = char(bad[i] ^ 0x5A);
+            try {
+                load(bad);
+            } catch (const Error&) {
+            }
+        }
+    }
+}
+
+TEST(GeometryArchive, NestedCollectionsHaveALimit)
+{
+    auto make = [](int depth) {
+        std::shared_ptr<Geometry> g = std::make_shared<Point>(QPointF(1, 1));
+        for (int i = 1; i < depth; ++i)
+            g = std::make_shared<GeometryCollection>(std::vector<std::shared_ptr<Geometry>>{g});
+        return g;
+    };
+    const auto deep = load(save(*make(TrackingInputArchive::maxDepth)));
+    EXPECT_EQ(deep->boundingRect(), QRectF(1, 1, 0, 0));
+    EXPECT_THROW(save(*make(TrackingInputArchive::maxDepth + 1)), Error);
+    // Forged bytes beyond the limit.
+    QByteArray forged;
+    for (int i = 0; i < TrackingInputArchive::maxDepth + 5; ++i)
+        forged += tag("GeometryCollection") + QByteArray::fromHex("00000001");
+    forged += tag("Point") + QByteArray::fromHex("01");
+    EXPECT_THROW(load(forged), Error);
+}

@@ -1,0 +1,205 @@
+#include "platform/geometry/Algorithms.h"
+
+#include "TestShapes.h"
+
+#include <gtest/gtest.h>
+#include <cmath>
+#include <stdexcept>
+
+using namespace tessera;
+using namespace tessera::geometry;
+using namespace tessera::geometry::testing;
+
+namespace {
+constexpr auto Auto = core::CalcMode::Auto;
+constexpr double toRad = M_PI / 180.0;
+}
+
+TEST(Measures, PlanarShapesInSeveralUnits)
+{
+    const ConstGeometryPtr hectare = square(0, 0, 100, 100);
+    EXPECT_DOUBLE_EQ(area(hectare, "sq m", Auto), 10000.0);
+    EXPECT_DOUBLE_EQ(area(hectare, "hectare", Auto), 1.0);
+    EXPECT_DOUBLE_EQ(area(hectare, "sq km", Auto), 0.01);
+    EXPECT_NEAR(area(hectare, "acre", Auto), 2.4710538, 1e-7);
+    EXPECT_NEAR(area(hectare, "sq ft", Auto), 107639.104, 1e-3);
+    EXPECT_DOUBLE_EQ(perimeter(hectare, "m", Auto), 400.0);
+    EXPECT_NEAR(perimeter(hectare, "ft", Auto), 400 / 0.3048, 1e-9);
+    EXPECT_DOUBLE_EQ(perimeter(hectare, "km", Auto), 0.4);
+    // A polygon has no length of its own and a line no area.
+    EXPECT_EQ(length(hectare, "m", Auto), 0.0);
+    const ConstGeometryPtr path = line({{0, 0}, {3, 4}, {3, 10}});
+    EXPECT_DOUBLE_EQ(cartesianLength(path, "m"), 11.0);
+    EXPECT_DOUBLE_EQ(cartesianLength(path, "cm"), 1100.0);
+    EXPECT_EQ(cartesianArea(path, "sq m"), 0.0);
+    EXPECT_EQ(cartesianLength(point(1, 1), "m"), 0.0);
+
+    // A triangle, and a square with a square hole (hole subtracted, its
+    // boundary part of the perimeter).
+    EXPECT_DOUBLE_EQ(cartesianArea(std::make_shared<Polygon>(QVector<Ring>{{{0, 0}, {4, 0}, {0, 3}, {0, 0}}}), "sq m"), 6.0);
+    const auto holed = std::make_shared<Polygon>(QVector<Ring>{box(0, 0, 10, 10), box(2, 2, 4, 4)});
+    EXPECT_DOUBLE_EQ(cartesianArea(holed, "sq m"), 96.0);
+    EXPECT_DOUBLE_EQ(cartesianPerimeter(holed, "m"), 48.0);
+
+    // Multi-geometries and collections add up their parts.
+    const auto two = std::make_shared<MultiPolygon>(QVector<QVector<Ring>>{{box(0, 0, 1, 1)}, {box(5, 5, 7, 7)}});
+    EXPECT_DOUBLE_EQ(cartesianArea(two, "sq m"), 5.0);
+    const auto mixed = std::make_shared<GeometryCollection>(std::vector<std::shared_ptr<Geometry>>{
+        std::make_shared<Polygon>(QVector<Ring>{box(0, 0, 2, 2)}),
+        std::make_shared<LineString>(QVector<QPointF>{{0, 0}, {0, 5}}),
+        std::make_shared<Point>(QPointF(9, 9))});
+    EXPECT_DOUBLE_EQ(cartesianArea(mixed, "sq m"), 4.0);
+    EXPECT_DOUBLE_EQ(cartesianLength(mixed, "m"), 5.0);
+    EXPECT_DOUBLE_EQ(cartesianPerimeter(mixed, "m"), 8.0);
+}
+
+TEST(Measures, CurvesAreMeasuredOnTheirLinearForm)
+{
+    const auto circle = std::make_shared<Ellipse>(QRectF(-10, -10, 20, 20));
+    const double a = cartesianArea(circle, "sq m");
+    EXPECT_LT(a, M_PI * 100);
+    EXPECT_NEAR(a, M_PI * 100, M_PI * 100 * 0.01);
+    EXPECT_NEAR(cartesianPerimeter(circle, "m"), 2 * M_PI * 10, 2 * M_PI * 10 * 0.01);
+    // A half circle arc of radius 10.
+    const auto arc = std::make_shared<Arc>(QRectF(-10, -10, 20, 20), 0.0, 180.0);
+    EXPECT_NEAR(cartesianLength(arc, "m"), M_PI * 10, M_PI * 10 * 0.01);
+}
+
+TEST(Measures, ProjectedUnitsBecomeMetres)
+{
+    // New York Long Island, in US survey feet.
+    const CoordSystemPtr nyFeet = epsg(2263);
+    ASSERT_TRUE(nyFeet);
+    const ConstGeometryPtr s = square(1000000, 200000, 1001000, 201000, nyFeet);
+    const double foot = 1200.0 / 3937.0;
+    EXPECT_NEAR(area(s, "sq m", Auto), 1e6 * foot * foot, 1e-6);
+    EXPECT_NEAR(area(s, "sq survey ft", Auto), 1e6, 1e-6);
+    EXPECT_NEAR(perimeter(s, "m", Auto), 4000 * foot, 1e-9);
+}
+
+TEST(Measures, ModelsAndTheAutomaticChoice)
+{
+    const CoordSystemPtr wgs84 = epsg(4326);
+    ASSERT_TRUE(wgs84);
+    const ConstGeometryPtr equatorDegree = line({{0, 0}, {1, 0}}, wgs84);
+    // Geographic: ellipsoidal by default.
+    EXPECT_NEAR(length(equatorDegree, "m", Auto), 6378137.0 * toRad, 1e-6);
+    EXPECT_NEAR(ellipsoidLength(equatorDegree, "m"), 6378137.0 * toRad, 1e-6);
+    EXPECT_NEAR(vincentyLength(equatorDegree, "m"), 6378137.0 * toRad, 1e-6);
+    EXPECT_NEAR(lambertLength(equatorDegree, "m"), 6378137.0 * toRad, 1e-3);
+    EXPECT_NEAR(sphericalLength(equatorDegree, "m"), sphereRadius * toRad, 1e-6);
+    EXPECT_NEAR(sphericalLength(equatorDegree, "km"), sphereRadius * toRad / 1000, 1e-9);
+    // Longitude and latitude are no plane.
+    EXPECT_THROW(cartesianLength(equatorDegree, "m"), std::invalid_argument);
+
+    // The octant on WGS84 by every model that knows areas; Lambert and
+    // Vincenty fall back to the geodesic model for areas.
+    auto octantPolygon = std::make_shared<Polygon>(QVector<Ring>{{{0, 0}, {90, 0}, {0, 90}, {0, 0}}});
+    octantPolygon->setCoordSystem(wgs84);
+    const ConstGeometryPtr octant = octantPolygon;
+    EXPECT_NEAR(area(octant, "sq km", Auto), 510065621.724088 / 8, 1e-3);
+    EXPECT_NEAR(sphericalArea(octant, "sq m") / (M_PI * sphereRadius * sphereRadius / 2), 1.0, 1e-12);
+    EXPECT_DOUBLE_EQ(area(octant, "sq m", core::CalcMode::Vincenty), ellipsoidArea(octant, "sq m"));
+    EXPECT_NEAR(vincentyPerimeter(octant, "m"), ellipsoidPerimeter(octant, "m"), 1e-3);
+    EXPECT_NEAR(ellipsoidPerimeter(octant, "m"), 10018754.1714 + 2 * 10001965.7293, 1e-3);
+}
+
+TEST(Measures, ProjectedGeometriesOnTheEarthGoThroughLongitudeAndLatitude)
+{
+    // On the central meridian of a UTM zone the northing is 0.9996 times the
+    // meridian arc from the equator.
+    const CoordSystemPtr utm31 = epsg(32631);
+    ASSERT_TRUE(utm31);
+    const ConstGeometryPtr meridian = line({{500000, 0}, {500000, 1000000}}, utm31);
+    EXPECT_NEAR(ellipsoidLength(meridian, "m"), 1e6 / 0.9996, 1e-2);
+    EXPECT_NEAR(vincentyLength(meridian, "m"), 1e6 / 0.9996, 1e-2);
+    EXPECT_DOUBLE_EQ(length(meridian, "m", Auto), 1e6);   // projected: planar
+}
+
+TEST(Measures, SmallestAndCentroidDistances)
+{
+    const ConstGeometryPtr a = square(0, 0, 1, 1);
+    const ConstGeometryPtr b = square(4, 0, 5, 1);
+    EXPECT_DOUBLE_EQ(smallestDistance(a, b, "m"), 3.0);
+    EXPECT_DOUBLE_EQ(cartesianMinDistance(a, b, "cm"), 300.0);
+    EXPECT_DOUBLE_EQ(centroidDistance(a, b, "m"), 4.0);
+    EXPECT_DOUBLE_EQ(cartesianObjectDistance(a, b, "m"), 4.0);
+    // Touching and overlapping shapes are 0 apart; their centroids are not.
+    EXPECT_EQ(smallestDistance(a, square(1, 0, 2, 1), "m"), 0.0);
+    EXPECT_EQ(smallestDistance(a, square(0.5, 0.5, 3, 3), "m"), 0.0);
+    EXPECT_DOUBLE_EQ(centroidDistance(a, square(1, 0, 2, 1), "m"), 1.0);
+
+    const CoordSystemPtr wgs84 = epsg(4326);
+    ASSERT_TRUE(wgs84);
+    const ConstGeometryPtr jfk = point(-73.8, 40.6, wgs84);
+    const ConstGeometryPtr lhr = point(-0.5, 51.6, wgs84);
+    EXPECT_NEAR(smallestDistance(jfk, lhr, "m"), 5551759.400, 1e-3);
+    EXPECT_NEAR(ellipsoidalObjectDistance(jfk, lhr, "km"), 5551.759400, 1e-6);
+    EXPECT_NEAR(vincentyMinDistance(jfk, lhr, "m"), 5551759.400, 1e-3);
+    EXPECT_NEAR(lambertObjectDistance(jfk, lhr, "m"), 5551759.400, 15.0);
+    const double haversine = sphericalMinDistance(jfk, lhr, "m");
+    EXPECT_NEAR(haversine, sphericalObjectDistance(jfk, lhr, "m"), 1e-6);
+    EXPECT_NEAR(haversine, 5551759.4, 20000.0);
+    // From a point to the nearest edge of a geographic polygon, here a
+    // parallel-free case: along the equator to the meridian edge at lon 2.
+    const ConstGeometryPtr cell = square(2, -1, 3, 1, wgs84);
+    EXPECT_NEAR(smallestDistance(point(0, 0, wgs84), cell, "m"), 2 * 6378137.0 * toRad, 1e-6);
+    EXPECT_EQ(smallestDistance(point(2.5, 0, wgs84), cell, "m"), 0.0);
+
+    // Vincenty cannot measure between antipodes; the geodesic model can.
+    EXPECT_THROW(vincentyMinDistance(point(0, 0, wgs84), point(180, 0, wgs84), "m"), std::runtime_error);
+    EXPECT_NEAR(ellipsoidalMinDistance(point(0, 0, wgs84), point(180, 0, wgs84), "m"), 20003931.4586, 1e-3);
+}
+
+TEST(Measures, DistancesAcrossCoordinateSystems)
+{
+    const CoordSystemPtr wgs84 = epsg(4326);
+    const CoordSystemPtr mercator = epsg(3857);
+    ASSERT_TRUE(wgs84 && mercator);
+    // b is transformed into a's system: the same place in two systems.
+    const ConstGeometryPtr lonLat = point(10, 50, wgs84);
+    const double x = 6378137.0 * 10 * toRad;
+    const double y = 6378137.0 * std::log(std::tan(M_PI / 4 + 50 * toRad / 2));
+    EXPECT_NEAR(smallestDistance(lonLat, point(x, y, mercator), "m"), 0.0, 1e-3);
+    EXPECT_NEAR(smallestDistance(lonLat, point(x, 0, mercator), "m"), smallestDistance(lonLat, point(10, 0, wgs84), "m"), 1e-3);
+
+    // A geometry without a system is taken to lie in the other one's.
+    EXPECT_NEAR(smallestDistance(point(-73.8, 40.6), point(-0.5, 51.6, wgs84), "m"), 5551759.400, 1e-3);
+    // ...with longitudes wrapped into [-180, 180].
+    EXPECT_NEAR(smallestDistance(point(0, 0, wgs84), point(361, 0), "m"), 6378137.0 * toRad, 1e-6);
+}
+
+TEST(Measures, BadInputGivesClearErrors)
+{
+    const ConstGeometryPtr s = square(0, 0, 1, 1);
+    try {
+        area(s, "sq parsec", Auto);
+        FAIL() << "no exception";
+    } catch (const std::invalid_argument& e) {
+        EXPECT_STREQ(e.what(), "Unknown unit: sq parsec");
+    }
+    EXPECT_THROW(perimeter(s, "sq m", Auto), std::invalid_argument);
+    EXPECT_THROW(cartesianArea(s, "m"), std::invalid_argument);
+    EXPECT_THROW(smallestDistance(s, s, "lightyear"), std::invalid_argument);
+    EXPECT_THROW(vincentyObjectDistance(s, s, ""), std::invalid_argument);
+
+    EXPECT_THROW(area(nullptr, "sq m", Auto), std::invalid_argument);
+    EXPECT_THROW(area(std::make_shared<Polygon>(), "sq m", Auto), std::invalid_argument);
+    EXPECT_THROW(length(std::make_shared<LineString>(), "m", Auto), std::invalid_argument);
+    EXPECT_THROW(smallestDistance(s, std::make_shared<Point>(), "m"), std::invalid_argument);
+    EXPECT_THROW(centroidDistance(nullptr, s, "m"), std::invalid_argument);
+    EXPECT_THROW(area(s, "sq m", static_cast<core::CalcMode>(7)), std::invalid_argument);
+
+    // Degenerate shapes measure as nothing rather than failing.
+    EXPECT_EQ(cartesianArea(std::make_shared<Polygon>(QVector<Ring>{{{0, 0}, {1, 1}, {0, 0}}}), "sq m"), 0.0);
+    EXPECT_EQ(cartesianLength(line({{2, 2}}), "m"), 0.0);
+    EXPECT_EQ(smallestDistance(line({{2, 2}}), point(2, 2), "m"), 0.0);
+
+    // Latitudes beyond the poles are no place on the earth.
+    const CoordSystemPtr wgs84 = epsg(4326);
+    ASSERT_TRUE(wgs84);
+    auto beyond = std::make_shared<LineString>(QVector<QPointF>{{0, 0}, {0, 95}});
+    beyond->setCoordSystem(wgs84);
+    EXPECT_THROW(ellipsoidLength(beyond, "m"), std::invalid_argument);
+    EXPECT_THROW(sphericalLength(line({{0, 0}, {0, -91}}), "m"), std::invalid_argument);
+}

@@ -1,0 +1,121 @@
+#include "platform/sql/Lexer.h"
+
+#include <gtest/gtest.h>
+
+using namespace tessera::sql;
+
+namespace {
+
+// "kind:text" for every token but the final End.
+std::vector<std::string> kinds(const std::string& text)
+{
+    static const char* const names[] = {"end", "word", "name", "str", "int", "real", "sym"};
+    std::vector<std::string> result;
+    for (const Token& t : Lexer::tokenize(text))
+        if (t.kind != TokenKind::End)
+            result.push_back(std::string(names[int(t.kind)]) + ":" + QString::fromStdWString(t.text).toStdString());
+    return result;
+}
+
+using Strings = std::vector<std::string>;
+
+} // namespace
+
+TEST(Lexer, TokenKindsAndTexts)
+{
+    EXPECT_EQ(kinds("Select a1, _b, tr$$_rendition, Str$ From t"),
+              (Strings{"word:Select", "word:a1", "sym:,", "word:_b", "sym:,", "word:tr$$_rendition", "sym:,", "word:Str$", "word:From",
+                       "word:t"}));
+    EXPECT_EQ(kinds("`my table` [my col] [a\"b] `a``b`"), (Strings{"name:my table", "name:my col", "name:a\"b", "name:a`b"}));
+    EXPECT_EQ(kinds("'a''b' \"c\"\"d\" 'x\"y' \"\""), (Strings{"str:a'b", "str:c\"d", "str:x\"y", "str:"}));
+    EXPECT_EQ(kinds("42 4.2 .5 1. 1e-3 1.5E+3 007"), (Strings{"int:42", "real:4.2", "real:.5", "real:1.", "real:1e-3", "real:1.5E+3", "int:007"}));
+    // Hexadecimal literals are given in decimal.
+    EXPECT_EQ(kinds("&H1F &hff 0x1F 0X10 &H7FFFFFFFFFFFFFFF"), (Strings{"int:31", "int:255", "int:31", "int:16", "int:9223372036854775807"}));
+    // "&" before a name that is not all hexadecimal digits is the operator.
+    EXPECT_EQ(kinds("a &Height"), (Strings{"word:a", "sym:&", "word:Height"}));
+    EXPECT_EQ(kinds("a & H1"), (Strings{"word:a", "sym:&", "word:H1"}));
+    EXPECT_EQ(kinds("<> <= >= != == || < > = & ( ) , . ; * + - / \\ % ^"),
+              (Strings{"sym:<>", "sym:<=", "sym:>=", "sym:!=", "sym:==", "sym:||", "sym:<", "sym:>", "sym:=", "sym:&", "sym:(", "sym:)",
+                       "sym:,", "sym:.", "sym:;", "sym:*", "sym:+", "sym:-", "sym:/", "sym:\\", "sym:%", "sym:^"}));
+    EXPECT_EQ(kinds("a<>b"), (Strings{"word:a", "sym:<>", "word:b"}));
+    EXPECT_EQ(kinds("t.a"), (Strings{"word:t", "sym:.", "word:a"}));
+    EXPECT_EQ(kinds("Город Ёлка_2"), (Strings{"word:Город", "word:Ёлка_2"}));
+    // A character outside the BMP inside a string survives the round through wide strings.
+    EXPECT_EQ(kinds("'\xF0\x9F\x98\x80'"), (Strings{"str:\xF0\x9F\x98\x80"}));
+}
+
+TEST(Lexer, CommentsAndPositions)
+{
+    EXPECT_EQ(kinds("a -- b\nc /* d\ne */ f --"), (Strings{"word:a", "word:c", "word:f"}));
+    EXPECT_EQ(kinds("a/**/b"), (Strings{"word:a", "word:b"}));
+    EXPECT_EQ(kinds("a /* -- */ b"), (Strings{"word:a", "word:b"}));
+    EXPECT_EQ(kinds("-- all comment"), Strings{});
+    EXPECT_EQ(kinds("1-1"), (Strings{"int:1", "sym:-", "int:1"}));
+
+    const std::vector<Token> tokens = Lexer::tokenize("ab  'ж'\n\t cd\r\n/* x\n */ e");
+    ASSERT_EQ(tokens.size(), 5u);
+    EXPECT_EQ(tokens[0].offset, 0u);
+    EXPECT_EQ(tokens[1].offset, 4u);
+    EXPECT_EQ(tokens[1].column, 5);
+    EXPECT_EQ(tokens[2].line, 2);
+    EXPECT_EQ(tokens[2].column, 3);
+    EXPECT_EQ(tokens[2].offset, 10u);
+    EXPECT_EQ(tokens[3].line, 4);
+    EXPECT_EQ(tokens[3].column, 5);
+    EXPECT_EQ(tokens[4].kind, TokenKind::End);
+    EXPECT_EQ(tokens[4].offset, 24u);
+
+    // The lexer keeps answering End at the end.
+    Lexer lexer("x");
+    EXPECT_EQ(lexer.next().kind, TokenKind::Word);
+    EXPECT_EQ(lexer.next().kind, TokenKind::End);
+    EXPECT_EQ(lexer.next().kind, TokenKind::End);
+}
+
+TEST(Lexer, BadTextIsAParseErrorAtItsPlace)
+{
+    auto failure = [](const std::string& text) -> ParseError {
+        try {
+            Lexer::tokenize(text);
+        } catch (const ParseError& e) {
+            return e;
+        }
+        ADD_FAILURE() << "accepted: " << text;
+        return ParseError("", 0, 0, 0, "");
+    };
+
+    ParseError e = failure("a\n  'abc");
+    EXPECT_EQ(e.line(), 2);
+    EXPECT_EQ(e.column(), 3);
+    EXPECT_EQ(e.expected(), "closing quote");
+    EXPECT_NE(std::string(e.what()).find("unterminated string"), std::string::npos);
+
+    e = failure("x [abc");
+    EXPECT_EQ(e.column(), 3);
+    EXPECT_EQ(e.expected(), "closing bracket");
+    e = failure("`abc");
+    EXPECT_EQ(e.expected(), "closing back-tick");
+    e = failure("a /* b");
+    EXPECT_EQ(e.column(), 3);
+    EXPECT_EQ(e.expected(), "*/");
+    e = failure("a ? b");
+    EXPECT_EQ(e.column(), 3);
+    EXPECT_NE(std::string(e.what()).find("'?'"), std::string::npos);
+    e = failure("a \xE2\x82\xAC b"); // a euro sign is no operator
+    EXPECT_NE(std::string(e.what()).find("U+20AC"), std::string::npos);
+    e = failure("12abc");
+    EXPECT_EQ(e.column(), 1);
+    failure("1.2.3");
+    failure("1e+x");
+    failure("&H10000000000000000");
+    failure("0x1G");
+    failure("[]");
+    failure("'\xC3'");
+    failure(std::string("a\0b", 3));
+    e = failure("'\xE2\x82'");
+    EXPECT_NE(std::string(e.what()).find("UTF-8"), std::string::npos);
+    EXPECT_EQ(e.column(), 2);
+
+    EXPECT_THROW(Lexer(std::string(Lexer::maxTextSize + 1, ' ')), ParseError);
+    EXPECT_NO_THROW(Lexer::tokenize(std::string(1024 * 1024, ' ') + "a"));
+}

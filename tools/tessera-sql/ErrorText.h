@@ -1,0 +1,18 @@
+#pragma once
+// Texts for people about translation errors. The engine reports errors as
+// values with short texts meant for its host; the shell says what they mean.
+
+#include <QString>
+#include <string>
+
+namespace tessera::sql { class SqlError; }
+
+namespace tessera::shell {
+
+QString describeError(const sql::SqlError& error);
+
+// Where and why the parser rejects `text` ("line 1, column 8: ..."), or an
+// empty text when it parses.
+QString describeSyntaxError(const std::string& text);
+
+} // namespace tessera::shell
