@@ -2,13 +2,18 @@
 
 #include "engine/EngineInternal.h"
 #include "engine/functions/MatchingFunctions.h"
+#include "engine/translation/SqliteStringBuilder.h"
+#include "engine/translation/TranslationEntry.h"
 #include "platform/core/Core.h"
 #include "platform/core/Extensions.h"
 #include "platform/core/Logging.h"
 #include "platform/core/SqliteException.h"
 #include "platform/geometry/ResemblanceExtension.h"
 #include "platform/qtsqlite/QtSqliteDriver.h"
+#include "platform/sql/SqlError.h"
+#include "platform/sql/SqlParser.h"
 #include "platform/sql/SqlRuntime.h"
+#include "platform/sql/SqlStrings.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -231,6 +236,32 @@ void Engine::cancelQuery()
 {
     if (sqlite3* db = d->handle())
         sqlite3_interrupt(db);
+}
+
+sql::SqlParser Engine::sqlParser() const
+{
+    return sql::SqlParser(d->runtime);
+}
+
+bool Engine::tryToTranslate(const std::string& text, engine::SqliteStringBuilder& builder, CheckParseResults check) const
+{
+    return engine::translateQuery(d->runtime, text, builder, check == ExpressionOnly);
+}
+
+QString Engine::translate(const std::string& text) const
+{
+    engine::SqliteStringBuilder builder(d->database, QString(), nullptr);
+    if (tryToTranslate(text, builder, AnyResult))
+        return sql::fromSqlString(builder.query());
+    // The text goes to SQLite as it is; SQLite's own error then tells the user.
+    for (const auto& error : builder.errors())
+        qCInfo(logging::engine()) << "not translated:" << (error ? QString::fromUtf8(error->what()) : QString());
+    return QString::fromUtf8(text.data(), static_cast<int>(text.size()));
+}
+
+QString Engine::translate(const QString& text) const
+{
+    return translate(text.toUtf8().toStdString());
 }
 
 void Engine::registerManagement(std::unique_ptr<engine::TableManagement> management)

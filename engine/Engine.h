@@ -48,6 +48,8 @@ public:
     void clearCache();
     void registerExtension(geometry::ResemblanceExtension* extension);
     void cancelQuery();
+    // A parser bound to the engine's SQL runtime.
+    sql::SqlParser sqlParser() const;
 
     bool tryToTranslate(const std::string& text, engine::SqliteStringBuilder& builder, CheckParseResults check) const;
     QString translate(const std::string& text) const;

@@ -36,10 +36,13 @@ private:
     unsigned state = 0;
 };
 
-// The column definition of one attribute, for example
-//   cd750f8a9a2b4fac9b9b05eb53795d97 Blob Null      (first geometry attribute)
-//   'name' Text(50) Collate Locale                  (text of length 50)
-//   'price' Decimal(10, 2)                          (decimal 10.2)
+// The column definition of one attribute, for example (quote ')
+//   "cd750f8a9a2b4fac9b9b05eb53795d97 Blob Null "   first geometry attribute
+//   "'name' Text(50) Collate Locale"                 text of length 50
+//   "'price' Decimal(10, 2) "                        decimal 10.2
+//   "'code' Integer Unique "                         unique integer
+// The blanks around the keywords are part of the texts that other code and
+// stored schemas already compare against; keep them as they are.
 // Names other than the fixed ones are quoted with `quote`. A geometry
 // attribute's coordinate system is saved in `cache` (when given) under its
 // EPSG code. Throws std::invalid_argument for a null attribute.

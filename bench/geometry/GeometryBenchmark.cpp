@@ -52,6 +52,8 @@ public:
             if (sqlite3_create_function_v2(db, f.name, f.arity, f.flags, &cache, f.call, nullptr, nullptr, nullptr) != SQLITE_OK)
                 throw std::runtime_error(std::string("cannot register ") + f.name);
         }
+        // SpatiaLite's geodesic measures find the ellipsoid in its metadata.
+        exec("Select InitSpatialMetadata(1)");
         exec("Create Table countries(name Text, sl Blob, tg Blob, slb Blob, tgb Blob)");
         load(geojson);
         exec("Update countries Set slb = ST_Boundary(sl)");

@@ -1,6 +1,7 @@
 #include "engine/functions/MatchingFunctions.h"
 
 #include "engine/EngineCache.h"
+#include "engine/functions/LikeMatcher.h"
 #include "engine/functions/TextArgument.h"
 #include "engine/functions/ValueConversions.h"
 #include "platform/utils/Patterns.h"
@@ -9,6 +10,9 @@
 #include <QRegularExpression>
 #include <QString>
 #include <QStringView>
+
+#include <memory>
+#include <optional>
 
 namespace tessera::engine {
 
@@ -22,6 +26,8 @@ enum class Syntax { Like, Glob, Regular };
 struct CompiledPattern {
     QChar escape;
     QRegularExpression expression;
+    // ASCII LIKE patterns also match ASCII text without the expression.
+    std::optional<LikeMatcher> ascii;
 };
 
 void destroyCompiled(void* p)
@@ -34,9 +40,8 @@ bool isNull(sqlite3_value* value)
     return sqlite3_value_type(value) == SQLITE_NULL;
 }
 
-QRegularExpression compile(sqlite3_context* context, sqlite3_value* patternValue, Syntax syntax, QChar escape)
+QRegularExpression compile(sqlite3_context* context, const QString& pattern, Syntax syntax, QChar escape)
 {
-    const QString pattern = toQString(patternValue);
     QString expression;
     QRegularExpression::PatternOptions options = QRegularExpression::CaseInsensitiveOption;
     switch (syntax) {
@@ -69,18 +74,32 @@ void match(sqlite3_context* context, sqlite3_value** argv, Syntax syntax, QChar 
 {
     if (isNull(argv[0]) || isNull(argv[1]))
         return sqlite3_result_null(context);
-    // Only read during this call: a view on SQLite's own UTF-16 buffer.
-    const QString text = textArgument(argv[1]);
 
-    if (const auto* kept = static_cast<const CompiledPattern*>(sqlite3_get_auxdata(context, 0));
-        kept && kept->escape == escape) {
-        return sqlite3_result_int(context, matches(kept->expression, text));
+    const auto* kept = static_cast<const CompiledPattern*>(sqlite3_get_auxdata(context, 0));
+    if (kept && kept->escape != escape)
+        kept = nullptr;
+    std::unique_ptr<CompiledPattern> fresh;
+    if (!kept) {
+        const QString pattern = toQString(argv[0]);
+        fresh.reset(new CompiledPattern{escape, compile(context, pattern, syntax, escape), std::nullopt});
+        if (syntax == Syntax::Like)
+            fresh->ascii = LikeMatcher::compile(pattern, escape);
+        kept = fresh.get();
     }
 
-    const QRegularExpression expression = compile(context, argv[0], syntax, escape);
-    sqlite3_result_int(context, matches(expression, text));
+    std::optional<int> result;
+    if (kept->ascii) {
+        const auto* bytes = sqlite3_value_text(argv[1]);
+        result = kept->ascii->match(bytes, sqlite3_value_bytes(argv[1]));
+    }
+    if (!result) {
+        // Only read during this call: a view on SQLite's own UTF-16 buffer.
+        result = matches(kept->expression, textArgument(argv[1]));
+    }
+    sqlite3_result_int(context, *result);
     // Last: SQLite may destroy the object before this call returns.
-    sqlite3_set_auxdata(context, 0, new CompiledPattern{escape, expression}, destroyCompiled);
+    if (fresh)
+        sqlite3_set_auxdata(context, 0, fresh.release(), destroyCompiled);
 }
 
 } // namespace

@@ -320,7 +320,9 @@ std::optional<NumberPattern> NumberPattern::parse(const QString& pattern)
             if (section.scale > maxScale)
                 section.invalid = true;
             literal += c;
-        } else if ((u == 'E' || u == 'e') && part != Exponent) {
+        } else if ((u == 'E' || u == 'e') && part != Exponent && anyPlaceholder) {
+            // Only after digit placeholders does E start an exponent; in
+            // literal text ("zero", "each") it is an ordinary letter.
             const QChar sign = i + 1 < pattern.size() ? pattern[i + 1] : QChar();
             if (sign != QLatin1Char('+') && sign != QLatin1Char('-'))
                 return std::nullopt;

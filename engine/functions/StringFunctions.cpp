@@ -8,6 +8,7 @@
 
 #include <QLocale>
 #include <QString>
+#include <QVarLengthArray>
 
 #include <cmath>
 #include <cstdlib>
@@ -57,6 +58,108 @@ bool fitsLengthLimit(sqlite3_context* ctx, qint64 units)
 bool isNull(sqlite3_value* value)
 {
     return sqlite3_value_type(value) == SQLITE_NULL;
+}
+
+bool isAscii(const unsigned char* text, int length)
+{
+    for (int i = 0; i < length; ++i) {
+        if (text[i] >= 0x80)
+            return false;
+    }
+    return true;
+}
+
+char lowerAscii(unsigned char c)
+{
+    return static_cast<char>(c >= 'A' && c <= 'Z' ? c + ('a' - 'A') : c);
+}
+
+char upperAscii(unsigned char c)
+{
+    return static_cast<char>(c >= 'a' && c <= 'z' ? c - ('a' - 'A') : c);
+}
+
+// Strict UTF-8 into UTF-16. False for anything SQLite's own conversion would
+// read differently (malformed sequences, surrogates, U+FFFE and U+FFFF).
+template <class Buffer>
+bool decodeUtf8(const unsigned char* text, int length, Buffer& units)
+{
+    units.reserve(length);
+    for (int i = 0; i < length;) {
+        const unsigned char c = text[i];
+        if (c < 0x80) {
+            units.append(c);
+            ++i;
+            continue;
+        }
+        int extra = 0;
+        char32_t code = 0;
+        if (c >= 0xC2 && c <= 0xDF) {
+            extra = 1;
+            code = c & 0x1F;
+        } else if (c >= 0xE0 && c <= 0xEF) {
+            extra = 2;
+            code = c & 0x0F;
+        } else if (c >= 0xF0 && c <= 0xF4) {
+            extra = 3;
+            code = c & 0x07;
+        } else {
+            return false;
+        }
+        if (i + extra >= length)
+            return false;
+        for (int k = 1; k <= extra; ++k) {
+            const unsigned char next = text[i + k];
+            if ((next & 0xC0) != 0x80)
+                return false;
+            code = (code << 6) | (next & 0x3F);
+        }
+        constexpr char32_t lowest[] = {0, 0x80, 0x800, 0x10000};
+        if (code < lowest[extra] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) || code == 0xFFFE
+            || code == 0xFFFF)
+            return false;
+        if (QChar::requiresSurrogates(code)) {
+            units.append(QChar::highSurrogate(code));
+            units.append(QChar::lowSurrogate(code));
+        } else {
+            units.append(static_cast<ushort>(code));
+        }
+        i += extra + 1;
+    }
+    return true;
+}
+
+// Case mapping read straight from SQLite's UTF-8 text. ASCII is mapped byte
+// by byte (what the full Unicode mapping does to it); other text is decoded
+// into a buffer on the stack, sparing SQLite's conversion copy, and mapped by
+// Qt's full Unicode rules.
+void mapCase(sqlite3_context* ctx, sqlite3_value* value, char (*asciiMap)(unsigned char), bool upper)
+{
+    const unsigned char* text = sqlite3_value_text(value);
+    const int length = sqlite3_value_bytes(value);
+    if (!text) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    if (isAscii(text, length)) {
+        auto* out = static_cast<char*>(sqlite3_malloc(length + 1));
+        if (!out) {
+            sqlite3_result_error_nomem(ctx);
+            return;
+        }
+        for (int i = 0; i < length; ++i)
+            out[i] = asciiMap(text[i]);
+        out[length] = '\0';
+        sqlite3_result_text(ctx, out, length, sqlite3_free);
+        return;
+    }
+    QVarLengthArray<ushort, 512> units;
+    QString source;
+    if (decodeUtf8(text, length, units))
+        source = QString::fromRawData(reinterpret_cast<const QChar*>(units.constData()), units.size());
+    else
+        source = textArgument(value); // SQLite's own reading of malformed text
+    resultText16(ctx, upper ? source.toUpper() : source.toLower());
 }
 
 } // namespace
@@ -129,22 +232,20 @@ void inStrUTF16(sqlite3_context* ctx, int argc, sqlite3_value** argv)
 
 void loCaseUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
 {
-    const QString s = textArgument(argv[0]);
-    if (s.isNull()) {
+    if (isNull(argv[0])) {
         sqlite3_result_null(ctx);
         return;
     }
-    resultText16(ctx, s.toLower());
+    mapCase(ctx, argv[0], &lowerAscii, false);
 }
 
 void upCaseUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
 {
-    const QString s = textArgument(argv[0]);
-    if (s.isNull()) {
+    if (isNull(argv[0])) {
         sqlite3_result_null(ctx);
         return;
     }
-    resultText16(ctx, s.toUpper());
+    mapCase(ctx, argv[0], &upperAscii, true);
 }
 
 void leftTrimUTF8(sqlite3_context* ctx, int, sqlite3_value** argv)
@@ -180,7 +281,13 @@ void rightTrimUTF8(sqlite3_context* ctx, int, sqlite3_value** argv)
 
 void len(sqlite3_context* ctx, int, sqlite3_value** argv)
 {
-    // NULL has no text and counts 0.
+    // NULL has no text and counts 0; an ASCII text has one unit per byte.
+    const unsigned char* text = sqlite3_value_text(argv[0]);
+    const int length = sqlite3_value_bytes(argv[0]);
+    if (!text || isAscii(text, length)) {
+        sqlite3_result_int(ctx, text ? length : 0);
+        return;
+    }
     sqlite3_result_int(ctx, textArgument(argv[0]).size());
 }
 

@@ -7,7 +7,8 @@
 
 namespace tessera::engine {
 
-// Owned by the caller (gaiaFreeGeomColl); null when no decoder accepts the bytes.
+// Owned by the caller (gaiaFreeGeomColl); null when no decoder finds a
+// geometry with at least one point, line or polygon in the bytes.
 gaiaGeomCollPtr toGaia(const unsigned char* blob, int size);
 
 // RAII owner of a gaia geometry collection.

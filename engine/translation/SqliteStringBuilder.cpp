@@ -80,7 +80,7 @@ std::size_t countBefore(const std::wstring& text, const std::wstring& what, std:
 // stays balanced even when a visit leaves by an exception.
 class SqliteStringBuilder::ScopeGuard {
 public:
-    explicit ScopeGuard(std::vector<Scope>& stack) : scopes(stack) { scopes.emplace_back(); }
+    ScopeGuard(std::vector<Scope>& stack, bool query) : scopes(stack) { scopes.emplace_back(query); }
     ~ScopeGuard() { scopes.pop_back(); }
     ScopeGuard(const ScopeGuard&) = delete;
     ScopeGuard& operator=(const ScopeGuard&) = delete;
@@ -90,7 +90,10 @@ private:
 };
 
 SqliteStringBuilder::SqliteStringBuilder(const QSqlDatabase& db, QString collate, const sql::StringBuildContext* context)
-    : sql::SqlStringBuilder(context), database(db), collation(std::move(collate))
+    : sql::SqlStringBuilder(context),
+      selectionName(sql::toLowercase(selectionTableName().toStdWString())),
+      database(db),
+      collation(std::move(collate))
 {
 }
 
@@ -103,7 +106,7 @@ QString SqliteStringBuilder::selectionTableName()
 
 bool SqliteStringBuilder::isSelectionName(const std::wstring& name) const
 {
-    return QString::compare(QString::fromStdWString(name), selectionTableName(), Qt::CaseInsensitive) == 0;
+    return name.size() == selectionName.size() && sql::toLowercase(name) == selectionName;
 }
 
 // ---- selection and errors -------------------------------------------------------
@@ -150,7 +153,7 @@ void SqliteStringBuilder::addTranslateErrors()
 
 void SqliteStringBuilder::visit(const QuerySpecification& node)
 {
-    ScopeGuard scope(scopes);
+    ScopeGuard scope(scopes, true);
     if (scopes.size() == 1 && !node.groupBy().empty())
         aggregate = true;
     sql::SqlStringBuilder::visit(node);
@@ -161,13 +164,13 @@ void SqliteStringBuilder::visit(const Update& node)
 {
     // The target of an Update or Delete may be the selection: its filter
     // needs a scope just as a query's From does.
-    ScopeGuard scope(scopes);
+    ScopeGuard scope(scopes, false);
     sql::SqlStringBuilder::visit(node);
 }
 
 void SqliteStringBuilder::visit(const Delete& node)
 {
-    ScopeGuard scope(scopes);
+    ScopeGuard scope(scopes, false);
     sql::SqlStringBuilder::visit(node);
 }
 
@@ -379,7 +382,7 @@ void SqliteStringBuilder::visit(const Function& node)
 {
     const std::wstring lowered = sql::toLowercase(node.name());
     if (lowered == L"rownum") {
-        push(L"row_number() Over (" + (scopes.empty() ? std::wstring() : orderById().toStdWString()) + L")");
+        push(L"row_number() Over (" + orderById().toStdWString() + L")");
         return;
     }
     const QString name = QString::fromStdWString(node.name());
@@ -398,7 +401,7 @@ void SqliteStringBuilder::visit(const Function& node)
 
 QString SqliteStringBuilder::orderById() const
 {
-    if (scopes.empty())
+    if (scopes.empty() || !scopes.back().query)
         return {};
     return QStringLiteral("Order By '") + scopes.back().id.toString(QUuid::Id128) + QLatin1Char('\'');
 }

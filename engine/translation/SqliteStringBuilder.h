@@ -122,8 +122,10 @@ protected:
 
 private:
     struct Scope {
+        explicit Scope(bool isQuery) : query(isQuery) {}
         std::set<std::wstring> aliases; // names of the selection in this query's From
         QUuid id = QUuid::createUuid();
+        bool query; // a query specification, not the target of an Update or Delete
     };
     class ScopeGuard;
     struct ResultColumn {
@@ -136,6 +138,7 @@ private:
     bool isOutermost() const { return scopes.size() <= 1; }
     void recordDependency(const std::wstring& name, const std::wstring& alias);
 
+    std::wstring selectionName; // lower case
     QSqlDatabase database;
     std::int64_t offsetOfTail = 0;
     std::uint64_t fromLength = 0;

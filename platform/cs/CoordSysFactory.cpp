@@ -108,17 +108,38 @@ std::unique_ptr<CoordSystem::Private> describe(PJ* pj, const QString& definition
     return p;
 }
 
-// PROJ also takes object names and matches them loosely ("foo" finds
-// "Amersfoort"); a bare name is only taken when it is the system's own name.
-bool acceptable(PJ* pj, const QString& text)
+// "EPSG:4326", "urn:...", PROJ strings, WKT and PROJJSON; anything else is
+// taken as the name of a system.
+bool isStructured(const QString& text)
 {
-    if (!proj_is_crs(pj))
-        return false;
-    static const QRegularExpression structured(QStringLiteral("^[A-Za-z][A-Za-z0-9_.-]*:|proj=|[\\[{(]"));
-    if (structured.match(text).hasMatch())
-        return true;
-    const char* name = proj_get_name(pj);
-    return name && QString::fromUtf8(name).compare(text, Qt::CaseInsensitive) == 0;
+    static const QRegularExpression structured(QStringLiteral("^[A-Za-z][A-Za-z0-9_.-]*:|^\\+|proj=|[\\[{(]"));
+    return structured.match(text).hasMatch();
+}
+
+// A system by its exact name (case aside). proj_create() would also match
+// names loosely ("foo" finds "Amersfoort") and search far longer for
+// texts that name nothing. Returns the definition to make it from, or an
+// empty string.
+QString definitionByName(PJ_CONTEXT* ctx, const QString& name)
+{
+    static const PJ_TYPE crsTypes[] = {PJ_TYPE_GEOGRAPHIC_2D_CRS, PJ_TYPE_GEOGRAPHIC_3D_CRS, PJ_TYPE_GEOCENTRIC_CRS,
+                                       PJ_TYPE_PROJECTED_CRS,     PJ_TYPE_COMPOUND_CRS,      PJ_TYPE_VERTICAL_CRS,
+                                       PJ_TYPE_ENGINEERING_CRS,   PJ_TYPE_BOUND_CRS,         PJ_TYPE_OTHER_CRS};
+    PJ_OBJ_LIST* found = proj_create_from_name(ctx, nullptr, name.toUtf8().constData(), crsTypes,
+                                               sizeof crsTypes / sizeof crsTypes[0], 0, 1, nullptr);
+    if (!found)
+        return QString();
+    QString definition;
+    if (proj_list_get_count(found) > 0) {
+        if (const ProjObjectPtr pj = ProjThreadState::adopt(proj_list_get(ctx, found, 0))) {
+            const char* auth = proj_get_id_auth_name(pj->get(), 0);
+            const char* code = proj_get_id_code(pj->get(), 0);
+            if (auth && code)
+                definition = QStringLiteral("%1:%2").arg(QString::fromUtf8(auth), QString::fromUtf8(code));
+        }
+    }
+    proj_list_destroy(found);
+    return definition;
 }
 
 } // namespace
@@ -162,15 +183,17 @@ std::shared_ptr<CoordSystem> CoordSysFactory::createFromTaggedString(const QStri
         return result;
 
     PJ_CONTEXT* ctx = ProjThreadState::context();
-    QString used = definition;
-    ProjObjectPtr pj = ProjThreadState::adopt(proj_create(ctx, used.toUtf8().constData()));
+    QString used = isStructured(definition) ? definition : definitionByName(ctx, definition);
+    ProjObjectPtr pj;
+    if (!used.isEmpty())
+        pj = ProjThreadState::adopt(proj_create(ctx, used.toUtf8().constData()));
     // A PROJ string without "+type=crs" describes an operation, not a system.
     if ((!pj || !proj_is_crs(pj->get())) && used.contains(QLatin1String("proj="))
         && !used.contains(QLatin1String("type=crs"))) {
         used += QLatin1String(" +type=crs");
         pj = ProjThreadState::adopt(proj_create(ctx, used.toUtf8().constData()));
     }
-    if (pj && acceptable(pj->get(), used))
+    if (pj && proj_is_crs(pj->get()))
         result.reset(new CoordSystem(describe(pj->get(), used)));
     else
         qCDebug(lcCs) << "Not a coordinate system:" << definition.left(200);

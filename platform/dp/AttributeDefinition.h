@@ -5,6 +5,7 @@
 // rendition) are subclasses, and the pointer copies them polymorphically on
 // detach through clone().
 
+#include <QMetaType>
 #include <QSharedData>
 #include <QSharedDataPointer>
 #include <QString>

@@ -1,12 +1,8 @@
 #include "platform/dp/DataCatalog.h"
 
-#include <QLoggingCategory>
+#include "platform/dp/Logging.h"
 
 namespace tessera::dp {
-
-namespace {
-Q_LOGGING_CATEGORY(lc, "tessera.dp")
-}
 
 DataCatalog::DataCatalog(QObject* parent) : QObject(parent) {}
 
@@ -22,13 +18,13 @@ bool DataCatalog::addDataObject(const DataObjectPtr& object)
     if (!object || findById(object->id()))
         return false;
     if (object->parent())
-        qCWarning(lc) << "Data object" << object->name() << "has a Qt parent; the catalog shares its ownership";
+        qCWarning(lcDp) << "Data object" << object->name() << "has a Qt parent; the catalog shares its ownership";
     const QString name = uniqueName(object->name());
     if (name != object->name())
         object->setName(name);
     objects.append(object);
     connect(object.get(), &DataObject::nameChanged, this, &DataCatalog::dataObjectRenamed);
-    qCDebug(lc) << "Added" << object->name() << object->id();
+    qCDebug(lcDp) << "Added" << object->name() << object->id();
     emit dataObjectAdded(object);
     return true;
 }
@@ -41,7 +37,7 @@ bool DataCatalog::closeDataObject(const QUuid& id)
     object->requestClose();
     objects.removeOne(object);
     disconnect(object.get(), nullptr, this, nullptr);
-    qCDebug(lc) << "Removed" << object->name() << object->id();
+    qCDebug(lcDp) << "Removed" << object->name() << object->id();
     emit dataObjectRemoved(object);
     return true;
 }

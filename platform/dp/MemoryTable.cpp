@@ -1,15 +1,14 @@
 #include "platform/dp/MemoryTable.h"
 
+#include "platform/dp/Logging.h"
+
 #include <QReadWriteLock>
-#include <QLoggingCategory>
 #include <limits>
 #include <map>
 
 namespace tessera::dp {
 
 namespace {
-
-Q_LOGGING_CATEGORY(lc, "tessera.dp")
 
 class SnapshotCursor final : public FeatureCursor {
 public:
@@ -87,7 +86,7 @@ Feature MemoryTable::newFeature() const
 FeatureId MemoryTable::insertLocked(const Feature& feature)
 {
     if (feature.numAttributes() != d->schema.count()) {
-        qCWarning(lc) << "Table" << name() << "refused a feature with" << feature.numAttributes()
+        qCWarning(lcDp) << "Table" << name() << "refused a feature with" << feature.numAttributes()
                       << "values for" << d->schema.count() << "attributes";
         return {};
     }
@@ -97,7 +96,7 @@ FeatureId MemoryTable::insertLocked(const Feature& feature)
             id = FeatureId(QVariant(d->nextId++));
         while (d->positions.count(id));
     } else if (d->positions.count(id)) {
-        qCWarning(lc) << "Table" << name() << "already has a feature" << id.toString();
+        qCWarning(lcDp) << "Table" << name() << "already has a feature" << id.toString();
         return {};
     }
     // Keep automatic ids clear of integer ids given by the caller.

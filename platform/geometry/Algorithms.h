@@ -8,9 +8,24 @@
 // "sq li", "sq rd", "acre", "hectare", "perch", "rood". An unknown unit
 // throws std::invalid_argument with the text "Unknown unit: <name>".
 //
-// Geometries in a projected system (or in none) are measured in their own
-// units taken as metres; geographic ones in degrees turned into lengths by
-// the model. Failures throw std::runtime_error (or std::invalid_argument).
+// Models. Cartesian: planar coordinates, each unit of a projected system
+// worth its axisUnitFactor() in metres, a geometry without a system in
+// metres; longitude/latitude cannot be measured in the plane. Spherical:
+// great circles on a sphere of sphereRadius, areas from the spherical excess.
+// Ellipsoidal: geodesics (GeographicLib) on the system's ellipsoid. Lambert
+// and Vincenty: their distance formulas on that ellipsoid; their areas are the
+// ellipsoidal ones. The earth models transform projected geometries to the
+// geographic system of their datum first and read geometries without a
+// system as degrees on WGS84. Curves are measured on their linear form.
+//
+// Smallest distances: GEOS finds the closest pair of points (in degrees on
+// the earth), which on the earth is then refined along the geodesic edges it
+// lies on; see algorithms/GeodesicNearest.h for the remaining approximation.
+//
+// Failures: std::invalid_argument for a missing or empty geometry, an unknown
+// unit or mode, latitudes beyond the poles, longitude/latitude in the
+// cartesian model; std::runtime_error when a transformation fails or
+// Vincenty's iteration does not converge (nearly antipodal points).
 
 #include "platform/geometry/Geometry.h"
 
@@ -65,7 +80,9 @@ double lambertObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& 
 double vincentyObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
 
 // Predicates (GEOS). Geometries in different coordinate systems are compared
-// after transforming b into a's system.
+// after transforming b into a's system; when only one of them has a system,
+// the other is taken to lie in it (labelled and fitted, not transformed).
+// An empty operand makes every predicate false.
 bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
 bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b);        // a holds all of b
 bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b); // a holds b's centroid
@@ -74,9 +91,13 @@ bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b); // 
 GeometryPtr NearestPoints(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
 QPointF centroid(const ConstGeometryPtr& g);           // the arithmetic centroid
 GeometryPtr PointOnSurface(const ConstGeometryPtr& g); // a point on the geometry; empty pointer if none
-GeometryPtr normalizedGeometry(const ConstGeometryPtr& g); // valid form of g, same coordinate system
+// A valid form of g in the same coordinate system: a copy when g is valid
+// (curves kept), else GEOS's repair of its linear form.
+GeometryPtr normalizedGeometry(const ConstGeometryPtr& g);
 // Makes a geometry consistent with the coordinate system that was just set on
-// it (coordinates snapped to the system's valid range and precision).
+// it: in a geographic system longitudes are wrapped into [-180, 180] and
+// latitudes clamped into [-90, 90] (in the system's angular unit); in other
+// systems, or without one, nothing changes.
 void fitGeometry(Geometry& g);
 
 } // namespace tessera::geometry

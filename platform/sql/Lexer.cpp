@@ -1,5 +1,8 @@
 #include "platform/sql/Lexer.h"
 
+#include "platform/sql/Keywords.h"
+#include "platform/sql/SqlStrings.h"
+
 #include <QChar>
 #include <QString>
 
@@ -118,6 +121,8 @@ public:
         t.column = column;
         if (pos < s.size())
             scan(t);
+        endsOperand = t.kind == TokenKind::Integer || t.kind == TokenKind::Real || t.kind == TokenKind::String
+            || t.kind == TokenKind::QuotedIdentifier || t.isSymbol(L")") || (t.kind == TokenKind::Word && !isReservedWord(t.folded));
         return t;
     }
 
@@ -176,9 +181,10 @@ private:
                 advance();
             t.kind = TokenKind::Word;
             t.text = toWide(s, from, pos);
+            t.folded = toLowercase(t.text);
         } else if (isDigit(c) || (c == U'.' && isDigit(at(pos + 1)))) {
             scanNumber(t);
-        } else if (c == U'&' && (at(pos + 1) | 0x20) == U'h' && isHexRun(pos + 2)) {
+        } else if (c == U'&' && !endsOperand && (at(pos + 1) | 0x20) == U'h' && isHexRun(pos + 2)) {
             advance(2);
             scanHex(t);
         } else if (c == U'\'' || c == U'"') {
@@ -196,7 +202,8 @@ private:
     }
 
     // True when the characters from `from` form a hexadecimal literal body
-    // (&H1F, not the operator & before a name such as Height).
+    // (&H1F, not the operator & before a name such as Height). After an
+    // operand "&" is always the operator, so that a&Hb joins a and Hb.
     bool isHexRun(std::size_t from) const
     {
         std::size_t i = from;
@@ -314,6 +321,7 @@ private:
     std::size_t pos = 0;
     int line = 1;
     int column = 1;
+    bool endsOperand = false; // the last token ends an operand
 };
 
 Lexer::Lexer(const std::string& utf8)

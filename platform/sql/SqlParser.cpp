@@ -1,6 +1,7 @@
 #include "platform/sql/SqlParser.h"
 
 #include "platform/sql/FunctionName.h"
+#include "platform/sql/Keywords.h"
 #include "platform/sql/Lexer.h"
 #include "platform/sql/SqlRuntime.h"
 #include "platform/sql/SqlStrings.h"
@@ -27,21 +28,6 @@ Q_LOGGING_CATEGORY(lcParser, "tessera.sql")
 #else
 #define TESSERA_SQL_COLD
 #endif
-
-// Words that never name a column or an alias without quotes.
-const std::unordered_set<std::wstring>& reservedWords()
-{
-    static const std::unordered_set<std::wstring> words = {
-        L"all", L"and", L"as", L"asc", L"between", L"by", L"case", L"cast", L"collate", L"contains",
-        L"cross", L"delete", L"desc", L"distinct", L"div", L"else", L"end", L"entirely", L"escape",
-        L"except", L"exists", L"false", L"from", L"glob", L"group", L"having", L"in", L"inner",
-        L"insert", L"intersect", L"intersects", L"into", L"is", L"join", L"like", L"limit", L"mod",
-        L"not", L"null", L"offset", L"on", L"or", L"order", L"overlaps", L"partly", L"regexp",
-        L"select", L"set", L"similar", L"then", L"true", L"union", L"unknown", L"update",
-        L"values", L"when", L"where", L"within", L"xor",
-    };
-    return words;
-}
 
 // Words that may name a column but cannot be an alias written without As,
 // because they continue a From clause.
@@ -115,7 +101,7 @@ private:
             next();
     }
 
-    static std::wstring lower(const Token& t) { return toLowercase(t.text); }
+    static const std::wstring& lower(const Token& t) { return t.folded; }
 
     bool isWord(const wchar_t* word, std::size_t ahead = 0)
     {
@@ -218,7 +204,7 @@ private:
     bool atName()
     {
         const Token& t = peek();
-        return t.kind == TokenKind::QuotedIdentifier || (t.kind == TokenKind::Word && !reservedWords().count(lower(t)));
+        return t.kind == TokenKind::QuotedIdentifier || (t.kind == TokenKind::Word && !isReservedWord(lower(t)));
     }
     std::wstring name(const char* what)
     {
@@ -232,14 +218,15 @@ private:
     {
         if (acceptWord(L"as")) {
             const Token& t = peek();
-            if (t.kind == TokenKind::Word || t.kind == TokenKind::QuotedIdentifier || t.kind == TokenKind::String)
+            if (t.kind == TokenKind::QuotedIdentifier || t.kind == TokenKind::String
+                || (t.kind == TokenKind::Word && !isReservedWord(lower(t))))
                 return next().text;
             fail("an alias");
         }
         const Token& t = peek();
         if (t.kind == TokenKind::QuotedIdentifier)
             return next().text;
-        if (t.kind == TokenKind::Word && !reservedWords().count(lower(t)) && !joinWords().count(lower(t)))
+        if (t.kind == TokenKind::Word && !isReservedWord(lower(t)) && !joinWords().count(lower(t)))
             return next().text;
         return {};
     }
@@ -538,7 +525,7 @@ private:
         }
         if (t.kind != TokenKind::Word)
             return {};
-        const std::wstring word = lower(t);
+        const std::wstring& word = lower(t);
         if (word == L"or")
             return plain(OrLevel, OperationCode::Or, "Or");
         if (word == L"and")
@@ -768,7 +755,7 @@ private:
             return existsExpression();
         // A few reserved words also name functions (Asc(c), Like(a, b),
         // Mod(a, b)); only a call of a catalogued function reads as one.
-        if (reservedWords().count(word)
+        if (isReservedWord(word)
             && !(peek(1).isSymbol(L"(") && FunctionNameInfo::find(QString::fromStdWString(word)) != FunctionName::None))
             fail("an expression");
         return nameExpression();

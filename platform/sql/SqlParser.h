@@ -22,10 +22,15 @@ public:
     // Height limit of the tree (long operator chains build deep trees too).
     static constexpr int maxHeight = 2000;
 
+    // A null context gives an unbound parser: every operator is accepted and
+    // function calls are numbered from the whole catalogue.
     explicit SqlParser(const ParseContext* context);
     ~SqlParser();
-    SqlParser(const SqlParser&) = delete;
-    SqlParser& operator=(const SqlParser&) = delete;
+    // A copy shares the (immutable) tree of the last parse.
+    SqlParser(const SqlParser&) = default;
+    SqlParser& operator=(const SqlParser&) = default;
+    SqlParser(SqlParser&&) noexcept = default;
+    SqlParser& operator=(SqlParser&&) noexcept = default;
 
     // Parses UTF-8 `text`; true on success, when root() holds the tree.
     bool parse(const std::string& text);

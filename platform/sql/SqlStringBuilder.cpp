@@ -572,9 +572,8 @@ void SqlStringBuilder::visit(const Join& node)
 
 void SqlStringBuilder::visit(const QuerySpecification& node)
 {
-    std::wstring select = node.distinct() ? L"Select Distinct " : L"Select ";
-    select += joined(node.selectList());
-
+    // The From part is built first: names it introduces (aliases given by a
+    // derived builder) are then known to the select list and the conditions.
     std::wstring fromWhere;
     if (!node.from().empty())
         fromWhere = L" From " + joined(node.from());
@@ -584,6 +583,9 @@ void SqlStringBuilder::visit(const QuerySpecification& node)
         fromWhere += L" Where " + textOf(node.where());
     onWhere(fromWhere);
     const std::size_t split = std::min(fromEnd, fromWhere.size());
+
+    std::wstring select = node.distinct() ? L"Select Distinct " : L"Select ";
+    select += joined(node.selectList());
 
     std::wstring rest;
     if (!node.groupBy().empty())

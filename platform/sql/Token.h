@@ -19,6 +19,7 @@ enum class TokenKind {
 struct Token {
     TokenKind kind = TokenKind::End;
     std::wstring text;       // words as written, literals without quotes, numbers in decimal
+    std::wstring folded;     // words in lower case (keywords are compared so), else empty
     std::size_t offset = 0;  // in characters from the start of the text
     int line = 1;
     int column = 1;

@@ -10,7 +10,6 @@
 #include "platform/dp/TableSchema.h"
 
 #include <QStringList>
-#include <QUuid>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 #include <stdexcept>
@@ -47,14 +46,6 @@ QStringList columns(const dp::TableSchema& schema, EngineCache* cache, char quot
     for (const AttributeDefinitionPtr& a : schema.attributes())
         texts << toString(a, state, cache, quote);
     return texts;
-}
-
-TEST(SchemaColumns, FixedNamesAgreeWithTheirUuids)
-{
-    EXPECT_EQ(QString::fromLatin1(geometryColumnName),
-              QUuid(QStringLiteral("{cd750f8a-9a2b-4fac-9b9b-05eb53795d97}")).toString(QUuid::Id128));
-    EXPECT_EQ(QString::fromLatin1(styleColumnName),
-              QUuid(QStringLiteral("{d39f65c3-1997-4aa1-98a8-99a89b1240c7}")).toString(QUuid::Id128));
 }
 
 TEST(SchemaColumns, ColumnTextsOfATable)

@@ -3,9 +3,11 @@
 #include "platform/cs/CoordSystem.h"
 
 #include <proj.h>
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <stdexcept>
+#include <vector>
 
 namespace tessera::geometry {
 
@@ -44,6 +46,35 @@ CoordSystemPtr geographicBase(const cs::CoordSystem& projected)
         throw std::runtime_error("No geographic coordinate system for " + projected.name().toStdString());
     return result;
 }
+
+namespace {
+
+// Finding the base of a projection and a new transformation to it costs
+// milliseconds, far more than measuring; a query measures many geometries of
+// the same system. So each thread remembers the last few bases, keyed by the
+// projected system itself (weakly: a system that goes away drops out).
+CoordSystemPtr cachedGeographicBase(const CoordSystemPtr& projected)
+{
+    struct Entry {
+        std::weak_ptr<cs::CoordSystem> projected;
+        CoordSystemPtr base;
+    };
+    constexpr std::size_t capacity = 8;
+    thread_local std::vector<Entry> entries;
+    for (const Entry& e : entries) {
+        if (!e.projected.owner_before(projected) && !projected.owner_before(e.projected) && !e.projected.expired())
+            return e.base;
+    }
+    CoordSystemPtr base = geographicBase(*projected);
+    entries.erase(std::remove_if(entries.begin(), entries.end(), [](const Entry& e) { return e.projected.expired(); }),
+                  entries.end());
+    if (entries.size() >= capacity)
+        entries.erase(entries.begin());
+    entries.push_back({projected, base});
+    return base;
+}
+
+} // namespace
 
 Ellipsoid ellipsoidOf(const CoordSystemPtr& coordSystem)
 {
@@ -95,7 +126,7 @@ MeasureFrame MeasureFrame::inDegrees(const ConstGeometryPtr& g)
         return frame;
     }
     if (cs->isProjected()) {
-        frame.geometry = linearized(g->transformed(geographicBase(*cs)));
+        frame.geometry = linearized(g->transformed(cachedGeographicBase(cs)));
         return frame;
     }
     if (!cs->isGeographic())

@@ -7,6 +7,7 @@
 #include "platform/geometry/algorithms/CartesianModel.h"
 #include "platform/geometry/algorithms/CoordSystemAlignment.h"
 #include "platform/geometry/algorithms/EllipsoidalModel.h"
+#include "platform/geometry/algorithms/GeodesicNearest.h"
 #include "platform/geometry/algorithms/GeometryParts.h"
 #include "platform/geometry/algorithms/GeosAdapter.h"
 #include "platform/geometry/algorithms/LambertModel.h"
@@ -143,13 +144,11 @@ double minDistanceInMetres(CalcMode mode, const ConstGeometryPtr& a, const Const
             throw std::runtime_error("GEOS distance failed: " + geos.lastError());
         return d * fa.unitInMetres;
     }
-    // On the earth the closest pair is found in degrees and the model measures
-    // between its two points. This is exact for points and shapes that touch;
-    // between a vertex and a long edge, near the poles or across the
-    // antimeridian the pair closest in degrees may be a little farther apart
-    // on the earth than the true closest pair.
+    // On the earth: the pair closest in degrees, refined along geodesic edges.
     const auto [pa, pb] = geos.nearestPoints(ea.get(), eb.get());
-    return modelFor(mode, fa)->distance(pa, pb);
+    const auto model = modelFor(mode, fa);
+    const Ellipsoid surface = mode == CalcMode::Spherical ? Ellipsoid{sphereRadius, 0.0} : fa.ellipsoid;
+    return GeodesicNearest(*model, surface).distance(*fa.geometry, *fb.geometry, pa, pb);
 }
 
 double centroidDistanceInMetres(CalcMode mode, const ConstGeometryPtr& a, const ConstGeometryPtr& b)

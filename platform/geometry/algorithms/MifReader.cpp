@@ -337,11 +337,12 @@ GeometryPtr MifReader::arc()
 {
     const QRectF r = rect();
     const double start = number("a start angle");
-    double end = number("an end angle");
-    while (end <= start)
-        end += 360.0;
-    const double sweep = std::min(end - start, 360.0);
-    const quint32 perTurn = setup.resolution > 0 ? setup.resolution : 64;
+    const double end = number("an end angle");
+    // Counter-clockwise from start to end; equal angles make a full turn.
+    double sweep = std::fmod(end - start, 360.0);
+    if (sweep <= 0.0)
+        sweep += 360.0;
+    const double perTurn = setup.resolution > 0 ? std::min<quint32>(setup.resolution, maxResolution) : 64;
     const int segments = std::max(1, static_cast<int>(std::ceil(perTurn * sweep / 360.0)));
     const QPointF c = r.center();
     const double rx = r.width() / 2.0;

@@ -12,6 +12,9 @@ namespace tessera::geometry {
 
 class MifReader {
 public:
+    // Segments per full turn at most, whatever the set-up asks for.
+    static constexpr quint32 maxResolution = 1u << 16;
+
     MifReader(const QString& text, const MifSetup& setup);
 
     // The geometry; empty for "None". Throws MifError.

@@ -93,6 +93,10 @@ TEST_P(MatchingFunctions, PatternsPerRow)
                  " OR text LIKE 'a!%' AND esc IS NULL)",
                  0);
     db.expectInt("SELECT count(*) FROM p WHERE text LIKE 'a%'", 7);
+    // A constant ASCII pattern over ASCII and non-ASCII rows alike.
+    db.expectInt("SELECT count(*) FROM p WHERE like('_', text)", 3);
+    db.expectInt("SELECT count(*) FROM p WHERE like('%C', text)", 3);
+    db.expectInt("SELECT like('k%', char(8490) || 'elvin')", 1); // the Kelvin sign folds onto k
     db.expectInt("SELECT sum(text GLOB replace(pattern, '%', '*')) FROM p WHERE pattern NOT LIKE '%!%%' ESCAPE '#'", 2);
     db.expectInt("SELECT count(*) FROM p WHERE text REGEXP pattern", 0);
 }

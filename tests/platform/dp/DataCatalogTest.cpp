@@ -123,13 +123,6 @@ TEST(DataObject, ValidObjectNames)
     EXPECT_EQ(DataObject::makeValidObjectName(QStringLiteral("cost$")), QStringLiteral("cost$"));
     EXPECT_EQ(DataObject::makeValidObjectName(QString()), QStringLiteral("_"));
     EXPECT_EQ(DataObject::makeValidObjectName(QStringLiteral("Дороги")), QStringLiteral("Дороги"));
-
-    const QUuid id = QUuid::createUuid();
-    DataObject o(QStringLiteral("o"), id);
-    EXPECT_EQ(o.id(), id);
-    EXPECT_NE(DataObject(QStringLiteral("p")).id(), DataObject(QStringLiteral("p")).id());
-    EXPECT_TRUE(o.tableSourceDescription().isEmpty());
-    EXPECT_EQ(MemoryTable(QStringLiteral("m"), TableSchema()).tableSourceDescription(), QStringLiteral("memory"));
 }
 
 } // namespace

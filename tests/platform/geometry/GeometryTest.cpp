@@ -83,6 +83,11 @@ TEST(Geometry, CloneIsDeepAndKeepsTheCoordinateSystem)
     copy->transformPoints([](const QPointF& p) { return p * 10.0; });
     EXPECT_EQ(member->point(), QPointF(1, 1));
     EXPECT_EQ(copy->boundingRect(), QRectF(10, 10, 0, 0));
+    GeometryCollection assigned;
+    assigned = collection;
+    assigned.transformPoints([](const QPointF& p) { return p * 2.0; });
+    EXPECT_EQ(member->point(), QPointF(1, 1));
+    EXPECT_EQ(assigned.boundingRect(), QRectF(2, 2, 0, 0));
 }
 
 TEST(Geometry, ArcApproximation)

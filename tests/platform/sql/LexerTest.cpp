@@ -30,10 +30,16 @@ TEST(Lexer, TokenKindsAndTexts)
     EXPECT_EQ(kinds("'a''b' \"c\"\"d\" 'x\"y' \"\""), (Strings{"str:a'b", "str:c\"d", "str:x\"y", "str:"}));
     EXPECT_EQ(kinds("42 4.2 .5 1. 1e-3 1.5E+3 007"), (Strings{"int:42", "real:4.2", "real:.5", "real:1.", "real:1e-3", "real:1.5E+3", "int:007"}));
     // Hexadecimal literals are given in decimal.
-    EXPECT_EQ(kinds("&H1F &hff 0x1F 0X10 &H7FFFFFFFFFFFFFFF"), (Strings{"int:31", "int:255", "int:31", "int:16", "int:9223372036854775807"}));
+    EXPECT_EQ(kinds("&H1F, &hff, 0x1F 0X10, &H7FFFFFFFFFFFFFFF"),
+              (Strings{"int:31", "sym:,", "int:255", "sym:,", "int:31", "int:16", "sym:,", "int:9223372036854775807"}));
     // "&" before a name that is not all hexadecimal digits is the operator.
     EXPECT_EQ(kinds("a &Height"), (Strings{"word:a", "sym:&", "word:Height"}));
     EXPECT_EQ(kinds("a & H1"), (Strings{"word:a", "sym:&", "word:H1"}));
+    // After an operand "&" is the operator even when a hexadecimal body follows.
+    EXPECT_EQ(kinds("a&Hb"), (Strings{"word:a", "sym:&", "word:Hb"}));
+    EXPECT_EQ(kinds("(1)&H1 'x'&hA"), (Strings{"sym:(", "int:1", "sym:)", "sym:&", "word:H1", "str:x", "sym:&", "word:hA"}));
+    EXPECT_EQ(kinds("Select &H10 Where a = &HA And &H1"),
+              (Strings{"word:Select", "int:16", "word:Where", "word:a", "sym:=", "int:10", "word:And", "int:1"}));
     EXPECT_EQ(kinds("<> <= >= != == || < > = & ( ) , . ; * + - / \\ % ^"),
               (Strings{"sym:<>", "sym:<=", "sym:>=", "sym:!=", "sym:==", "sym:||", "sym:<", "sym:>", "sym:=", "sym:&", "sym:(", "sym:)",
                        "sym:,", "sym:.", "sym:;", "sym:*", "sym:+", "sym:-", "sym:/", "sym:\\", "sym:%", "sym:^"}));

@@ -4,6 +4,10 @@
 #include "platform/sql/SqlRuntime.h"
 #include "tests/platform/sql/TreeText.h"
 
+#include <QThread>
+
+#include <random>
+
 #include <gtest/gtest.h>
 
 using namespace tessera::sql;
@@ -38,6 +42,20 @@ std::shared_ptr<ParseError> refusal(const std::string& text)
     EXPECT_NE(error, nullptr) << text;
     return error;
 }
+
+// The stack of the worker in the deep-nesting test: 1 MB, the smallest main
+// thread stack of a desktop system; sanitizers inflate frames severalfold.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr unsigned stackForDeepTexts = 8 * 1024 * 1024;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+constexpr unsigned stackForDeepTexts = 8 * 1024 * 1024;
+#else
+constexpr unsigned stackForDeepTexts = 1024 * 1024;
+#endif
+#else
+constexpr unsigned stackForDeepTexts = 1024 * 1024;
+#endif
 
 std::string repeat(const std::string& s, int n)
 {
@@ -130,6 +148,7 @@ TEST(SqlParser, LiteralsNamesAndCalls)
     EXPECT_EQ(tree("1.5E+3"), "r:1.5E+3");
     EXPECT_EQ(tree("&H1F"), "31");
     EXPECT_EQ(tree("0x1f"), "31");
+    EXPECT_EQ(tree("Name&Height + &H10"), "(Name #27 (Height #32 16))");
     EXPECT_EQ(tree("\"say \"\"hi\"\"\""), "'say \"hi\"'");
     EXPECT_EQ(tree("'it''s'"), "'it's'");
     EXPECT_EQ(tree("''"), "''");
@@ -239,6 +258,19 @@ TEST(SqlParser, SelectStatements)
     EXPECT_EQ(tree("Select obj, Object, style, rowid From Selection"), "select obj, Object, style, rowid from table Selection");
 }
 
+TEST(SqlParser, ParsersCopyAndMove)
+{
+    SqlParser first(nullptr);
+    ASSERT_TRUE(first.parse("a + 1"));
+    SqlParser copy = first;
+    EXPECT_EQ(copy.root(), first.root());
+    SqlParser moved = std::move(copy);
+    EXPECT_EQ(TreeText::of(moved.root()), "(a #32 1)");
+    // A new parse of the original leaves the copy's tree alone.
+    ASSERT_FALSE(first.parse("a +"));
+    EXPECT_EQ(TreeText::of(moved.root()), "(a #32 1)");
+}
+
 TEST(SqlParser, CompoundQueries)
 {
     EXPECT_EQ(tree("Select a From t Union Select b From u"), "(select a from table t union select b from table u)");
@@ -250,12 +282,12 @@ TEST(SqlParser, CompoundQueries)
     // A simple query keeps them itself.
     SqlParser parser(nullptr);
     ASSERT_TRUE(parser.parse("Select a From t Order By a Limit 1"));
-    const auto* spec = ast::nodeAs<ast::QuerySpecification>(parser.root());
-    ASSERT_NE(spec, nullptr);
-    ASSERT_EQ(spec->orderBy().size(), 1u);
-    EXPECT_NE(spec->limit(), nullptr);
-    EXPECT_EQ(spec->offset(), nullptr);
-    EXPECT_FALSE(spec->isExpression());
+    const auto* query = ast::nodeAs<ast::QuerySpecification>(parser.root());
+    ASSERT_NE(query, nullptr);
+    ASSERT_EQ(query->orderBy().size(), 1u);
+    EXPECT_NE(query->limit(), nullptr);
+    EXPECT_EQ(query->offset(), nullptr);
+    EXPECT_FALSE(query->isExpression());
 }
 
 TEST(SqlParser, DataChangingStatements)
@@ -350,7 +382,13 @@ TEST(SqlParser, ErrorsTellWhereAndWhat)
 
     e = refusal("a Not b");
     ASSERT_NE(e, nullptr);
-    EXPECT_EQ(e->column(), 7);
+    EXPECT_EQ(e->column(), 3);
+    EXPECT_EQ(e->expected(), "an operator or the end of the text");
+
+    e = refusal("Select a As From t");
+    ASSERT_NE(e, nullptr);
+    EXPECT_EQ(e->expected(), "an alias");
+    EXPECT_EQ(e->column(), 13);
 
     e = refusal("Insert Into t (a) Set a = 1");
     ASSERT_NE(e, nullptr);
@@ -470,6 +508,38 @@ TEST(SqlParser, DeepNestingIsRefusedWithItsOwnError)
     EXPECT_NE(std::string(error->what()).find(std::to_string(limit)), std::string::npos);
 }
 
+TEST(SqlParser, DeepestAcceptedTextsFitASmallStack)
+{
+    // A worker thread with a modest stack must still parse whatever the
+    // depth limit lets through.
+    const int limit = SqlParser::maxNesting;
+    const std::vector<std::string> texts = {
+        repeat("(", limit) + "1" + repeat(")", limit),
+        repeat("f(", limit) + "1" + repeat(")", limit),
+        repeat("Not ", limit) + "a",
+        repeat("- ", limit) + "a",
+        repeat("Select * From (", limit - 1) + "Select 1" + repeat(") t", limit - 1),
+        repeat("a In (", limit) + "1" + repeat(")", limit),
+        repeat("Case When (", limit / 2) + "1" + repeat(") Then 1 End", limit / 2),
+        repeat("Exists (Select ", limit / 2) + "1" + repeat(")", limit / 2),
+        // The tallest tree, which is also freed on that thread.
+        "1" + repeat(" + 1", SqlParser::maxHeight - 2),
+    };
+    std::vector<int> results(texts.size(), -1);
+    QThread* worker = QThread::create([&] {
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            SqlParser parser(nullptr);
+            results[i] = parser.parse(texts[i]) ? 1 : 0;
+        }
+    });
+    worker->setStackSize(stackForDeepTexts);
+    worker->start();
+    ASSERT_TRUE(worker->wait(60000));
+    delete worker;
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        EXPECT_EQ(results[i], 1) << texts[i].substr(0, 40);
+}
+
 TEST(SqlParser, HugeTextIsRefused)
 {
     std::string text = "a";
@@ -508,4 +578,89 @@ TEST(SqlParser, RuntimeRefusesOperatorsItDoesNotOffer)
     narrow.setOperators(OperatorSet(bits));
     EXPECT_EQ(tree("2 ^ 3", &narrow).rfind("error: line 1, column 3: the operator ^", 0), 0u);
     EXPECT_EQ(tree("2 * 3", &narrow), "(2 #13 3)");
+}
+
+TEST(SqlParser, RandomTextNeverBreaksTheParser)
+{
+    // Random sequences of dialect tokens reach every corner of the grammar;
+    // whatever the verdict, it must be consistent and the tree bounded.
+    const std::vector<std::string> vocabulary = {
+        "Select", "Distinct", "*", "t.*", "From", "Where", "Group", "By", "Having", "Order", "Asc", "Desc", "Nulls", "First",
+        "Last", "Limit", "Offset", "Union", "All", "Intersect", "Except", "Join", "Left", "Inner", "Cross", "Outer", "On", "As",
+        "Insert", "Into", "Values", "Update", "Set", "Delete", "(", ")", ",", ".", ";", "+", "-", "/", "\\", "%", "^", "&", "||",
+        "=", "<>", "<", ">=", "Not", "And", "Or", "Xor", "Is", "Null", "Like", "Escape", "Glob", "Regexp", "Between", "In",
+        "Exists", "Case", "When", "Then", "Else", "End", "Cast", "Collate", "Contains", "Part", "Entire", "Within", "Partly",
+        "Entirely", "Intersects", "Similar", "To", "Overlaps", "Div", "Mod", "True", "Unknown", "rownum", "Count", "f", "a",
+        "t", "obj", "1", "2.5", "&H1F", "'s'", "\"d\"", "[q n]", "`b`", "-- c\n", "/* c */", "Integer",
+    };
+    std::mt19937 random(20261123);
+    std::uniform_int_distribution<std::size_t> pick(0, vocabulary.size() - 1);
+    std::uniform_int_distribution<int> length(1, 30);
+    int accepted = 0;
+    for (int round = 0; round < 20000; ++round) {
+        std::string text;
+        for (int n = length(random); n > 0; --n)
+            text += vocabulary[pick(random)] + " ";
+        SqlParser parser(nullptr);
+        const bool ok = parser.parse(text);
+        ASSERT_EQ(ok, parser.root() != nullptr) << text;
+        ASSERT_EQ(ok ? 0u : 1u, parser.errors().size()) << text;
+        if (ok) {
+            ++accepted;
+            EXPECT_LE(parser.root()->height(), SqlParser::maxHeight);
+        } else {
+            EXPECT_STRNE(parser.errors().front()->what(), "") << text;
+        }
+    }
+    EXPECT_GT(accepted, 0);
+
+    // Raw bytes, valid UTF-8 or not.
+    std::uniform_int_distribution<int> byte(1, 255);
+    for (int round = 0; round < 5000; ++round) {
+        std::string text;
+        for (int n = length(random); n > 0; --n)
+            text += char(byte(random));
+        SqlParser parser(nullptr);
+        const bool ok = parser.parse(text);
+        ASSERT_EQ(ok, parser.errors().empty());
+    }
+}
+
+TEST(SqlParser, SingleTypeVisitorsRecogniseOneKind)
+{
+    SqlParser parser(nullptr);
+    ASSERT_TRUE(parser.parse("Select *, t.*, a x, 2 From t Order By 2, x"));
+    const auto* query = ast::nodeAs<ast::QuerySpecification>(parser.root());
+    ASSERT_NE(query, nullptr);
+    EXPECT_EQ(ast::nodeAs<ast::CompoundQuery>(parser.root()), nullptr);
+
+    const ast::NodeList& items = query->selectList();
+    ASSERT_EQ(items.size(), 4u);
+    ast::SingleTypeVisitor<ast::QualifiedAsterisk, bool> star;
+    star.doVisit(*items[0]);
+    EXPECT_TRUE(star.result);
+    EXPECT_EQ(star.node->qualifier(), L"");
+    ast::SingleTypeVisitor<ast::QualifiedAsterisk, bool> notStar;
+    notStar.doVisit(*items[2]);
+    EXPECT_FALSE(notStar.result);
+    EXPECT_EQ(notStar.node, nullptr);
+    EXPECT_EQ(ast::nodeAs<ast::QualifiedAsterisk>(items[1])->qualifier(), L"t");
+
+    const auto* aliased = ast::nodeAs<ast::DerivedColumn>(items[2]);
+    ASSERT_NE(aliased, nullptr);
+    EXPECT_EQ(aliased->alias(), L"x");
+    EXPECT_NE(ast::nodeAs<ast::ColumnReference>(aliased->expression()), nullptr);
+    // The select item is a DerivedColumn, not the number inside it.
+    EXPECT_EQ(ast::nodeAs<ast::Number>(items[3]), nullptr);
+
+    ASSERT_EQ(query->orderBy().size(), 2u);
+    const auto* position = ast::nodeAs<ast::Number>(query->orderBy()[0]->key());
+    ASSERT_NE(position, nullptr);
+    EXPECT_EQ(position->kind(), ast::Number::Integer);
+    EXPECT_EQ(position->text(), L"2");
+    const auto* byAlias = ast::nodeAs<ast::ColumnReference>(query->orderBy()[1]->key());
+    ASSERT_NE(byAlias, nullptr);
+    EXPECT_TRUE(byAlias->qualifier().empty());
+    EXPECT_EQ(byAlias->name(), L"x");
+    EXPECT_EQ(ast::nodeAs<ast::Number>(nullptr), nullptr);
 }

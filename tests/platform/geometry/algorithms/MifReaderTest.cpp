@@ -126,6 +126,14 @@ TEST(MifReader, ArcsAreCutByTheResolution)
     // Wrapping past 360 degrees, and the finer default.
     EXPECT_EQ(as<LineString>(load("Arc -1 -1 1 1 270 0", coarse), GeometryType::LineString)->points().size(), 10);
     EXPECT_EQ(as<LineString>(load("Arc -1 -1 1 1 0 90"), GeometryType::LineString)->points().size(), 245);
+    // Equal angles make a full turn; absurd angles and resolutions stay bounded.
+    const auto full = as<LineString>(load("Arc -1 -1 1 1 45 45", coarse), GeometryType::LineString);
+    EXPECT_EQ(full->points().size(), 37);
+    EXPECT_NEAR(full->points().front().x(), full->points().back().x(), 1e-12);
+    EXPECT_TRUE(load("Arc -1 -1 1 1 1e20 0", coarse));
+    MifSetup huge;
+    huge.resolution = 4000000000u;
+    EXPECT_EQ(as<LineString>(load("Arc -1 -1 1 1 0 180", huge), GeometryType::LineString)->points().size(), 32769);
 }
 
 TEST(MifReader, DecimalSeparators)

@@ -1,0 +1,123 @@
+// Parsing and translating a dialect text into a caller's builder, and the
+// errors that the builder then reports.
+
+#include "TranslationFixture.h"
+
+using namespace tessera;
+using namespace tessera::engine;
+using namespace tessera::engine::test;
+
+namespace {
+
+const char* const syntaxMessage = "проверьте корректность выражений в запросе";
+
+} // namespace
+
+class TranslationEntryTest : public TranslationFixture {};
+
+TEST_F(TranslationEntryTest, unparsableTextReplacesTheErrors)
+{
+    for (const char* text : {"Select From t", "Select a From t Where", "", "a +", "Select \"open", "Select a From t)",
+                             "Update t Set", "(((a)", "Select a b c From t", "a Not b", "Cast(a As)"}) {
+        SqliteStringBuilder builder = makeBuilder();
+        builder.addError(std::make_shared<sql::SqlError>());
+        EXPECT_FALSE(translateQuery(&runtime, text, builder, false)) << text;
+        EXPECT_TRUE(builder.query().empty());
+        ASSERT_EQ(builder.errors().size(), 1u) << text;
+        EXPECT_NE(dynamic_cast<const sql::GeneralSyntaxError*>(builder.errors()[0].get()), nullptr);
+        EXPECT_STREQ(builder.errors()[0]->what(), syntaxMessage);
+    }
+}
+
+TEST_F(TranslationEntryTest, expressionOnlyRefusesStatements)
+{
+    SqliteStringBuilder builder = makeBuilder();
+    builder.addError(std::make_shared<sql::SqlError>());
+    EXPECT_FALSE(translateQuery(&runtime, "Select a From t", builder, true));
+    ASSERT_EQ(builder.errors().size(), 2u);
+    EXPECT_EQ(builder.errors()[1]->errorType(), sql::UnexpectedParseResultType);
+    EXPECT_STREQ(builder.errors()[1]->what(), "Выражение");
+    EXPECT_TRUE(builder.query().empty());
+
+    SqliteStringBuilder expression = makeBuilder();
+    EXPECT_TRUE(translateQuery(&runtime, "a * 2 + 1", expression, true));
+    EXPECT_EQ(utf8(expression.query()), "concat((a * 2),(1))");
+    EXPECT_TRUE(expression.errors().empty());
+    // The same statement is accepted when any result will do.
+    SqliteStringBuilder any = makeBuilder();
+    EXPECT_TRUE(translateQuery(&runtime, "Select a From t", any, false));
+}
+
+TEST_F(TranslationEntryTest, theCollationIsAlwaysLocale)
+{
+    SqliteStringBuilder builder = makeBuilder(QStringLiteral("NoCase"));
+    EXPECT_EQ(translate(builder, "Select a From t Where b = \"X\""), "Select a From t Where b = \"X\" Collate Locale");
+    EXPECT_EQ(builder.collate(), QStringLiteral("Locale"));
+    EXPECT_EQ(rows(utf8(builder.query())), (std::vector<std::string>{"1"}));
+}
+
+TEST_F(TranslationEntryTest, anEarlierQueryIsKept)
+{
+    SqliteStringBuilder builder = makeBuilder();
+    EXPECT_TRUE(translateQuery(&runtime, "Select a From t", builder, false));
+    EXPECT_TRUE(translateQuery(&runtime, "Select From", builder, false));
+    EXPECT_EQ(utf8(builder.query()), "Select a From t");
+    ASSERT_EQ(builder.errors().size(), 1u);
+    EXPECT_TRUE(builder.hasErrors());
+}
+
+TEST_F(TranslationEntryTest, errorSettersKeepOrder)
+{
+    SqliteStringBuilder builder = makeBuilder();
+    const auto first = std::make_shared<sql::SqlSyntaxError>();
+    const auto second = std::make_shared<sql::GeneralSyntaxError>(std::string("second"));
+    builder.addError(std::make_shared<sql::SqlSemanticError>());
+    builder.addErrors({first, second});
+    ASSERT_EQ(builder.errors().size(), 3u);
+    EXPECT_EQ(builder.errors()[1], first);
+    EXPECT_EQ(builder.errors()[2], second);
+    builder.setErrors({second});
+    ASSERT_EQ(builder.errors().size(), 1u);
+    EXPECT_EQ(builder.errors()[0], second);
+    builder.setError(first);
+    ASSERT_EQ(builder.errors().size(), 1u);
+    EXPECT_EQ(builder.errors()[0], first);
+    EXPECT_TRUE(builder.hasErrors());
+}
+
+TEST_F(TranslationEntryTest, deepTextsAreTranslatedOrRefused)
+{
+    // Nesting beyond the parser's limits is a syntax error, not a crash.
+    std::string nested = "a";
+    for (int i = 0; i < 400; ++i)
+        nested = "(" + nested + ")";
+    SqliteStringBuilder tooDeep = makeBuilder();
+    EXPECT_FALSE(translateQuery(&runtime, nested, tooDeep, true));
+    ASSERT_EQ(tooDeep.errors().size(), 1u);
+    EXPECT_STREQ(tooDeep.errors()[0]->what(), syntaxMessage);
+
+    std::string tooLong = "a";
+    for (int i = 0; i < 2100; ++i)
+        tooLong += " / a";
+    SqliteStringBuilder tooTall = makeBuilder();
+    EXPECT_FALSE(translateQuery(&runtime, tooLong, tooTall, true));
+
+    // Just within them, every level is rewritten.
+    std::string chain = "a";
+    for (int i = 0; i < 1900; ++i)
+        chain += " / a";
+    SqliteStringBuilder deep = makeBuilder();
+    ASSERT_TRUE(translateQuery(&runtime, chain, deep, true));
+    const std::string sql = utf8(deep.query());
+    EXPECT_EQ(sql.rfind("divide((divide((", 0), 0u);
+    std::size_t calls = 0;
+    for (auto at = sql.find("divide("); at != std::string::npos; at = sql.find("divide(", at + 1))
+        ++calls;
+    EXPECT_EQ(calls, 1900u);
+
+    // A long but shallow query runs on SQLite.
+    std::string sum = "Select a";
+    for (int i = 0; i < 500; ++i)
+        sum += " - 1";
+    EXPECT_EQ(rows(translate(sum + " From t Where a = 4")), (std::vector<std::string>{"-496"}));
+}
