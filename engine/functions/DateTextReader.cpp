@@ -106,6 +106,42 @@ int completeYear(quint32 year)
     return year > 999999 ? 999999 : int(year); // far beyond any valid date anyway
 }
 
+void appendDigits(QString& out, int value, int width)
+{
+    QChar digits[4];
+    for (int i = width - 1; i >= 0; --i) {
+        digits[i] = QLatin1Char(char('0' + value % 10));
+        value /= 10;
+    }
+    out.append(digits, width);
+}
+
+// The canonical texts ("yyyy-MM-dd", "hh:mm:ss.zzz"), written directly:
+// this runs once per row and the general formatters are far slower.
+void appendDate(QString& out, const QDate& date)
+{
+    if (date.year() < 1 || date.year() > 9999) {
+        out += toString(date); // what the general form gives out of range
+        return;
+    }
+    appendDigits(out, date.year(), 4);
+    out += QLatin1Char('-');
+    appendDigits(out, date.month(), 2);
+    out += QLatin1Char('-');
+    appendDigits(out, date.day(), 2);
+}
+
+void appendTime(QString& out, const QTime& time)
+{
+    appendDigits(out, time.hour(), 2);
+    out += QLatin1Char(':');
+    appendDigits(out, time.minute(), 2);
+    out += QLatin1Char(':');
+    appendDigits(out, time.second(), 2);
+    out += QLatin1Char('.');
+    appendDigits(out, time.msec(), 3);
+}
+
 QDate makeDate(quint32 year, quint32 month, quint32 day)
 {
     if (month > 12 || day > 31)
@@ -433,17 +469,30 @@ QString Reading::read(const QString& input)
     const bool hasDate = !candidates[Day].isEmpty() || !candidates[Month].isEmpty()
         || !candidates[Year].isEmpty() || !candidates[Weekday].isEmpty();
 
+    QString result;
+    result.reserve(23);
     if (!hasTime) {
         const QDate date = resolveDate();
-        return date.isValid() ? toString(date) : QString(QLatin1String(""));
+        if (date.isValid())
+            appendDate(result, date);
+        return result;
     }
     const QTime time = resolveTime();
-    if (!hasDate)
-        return time.isValid() ? toString(time) : QString(QLatin1String(""));
+    if (!hasDate) {
+        if (time.isValid())
+            appendTime(result, time);
+        return result;
+    }
     const QDate date = resolveDate();
     if (!date.isValid() || !time.isValid())
-        return QString(QLatin1String(""));
-    return toString(QDateTime(date, time, Qt::LocalTime));
+        return result;
+    // The wall-clock reading as written: the date and the time are joined
+    // as they are, without a round trip through the time zone (which would
+    // cost a time-zone look-up per row).
+    appendDate(result, date);
+    result += QLatin1Char(' ');
+    appendTime(result, time);
+    return result;
 }
 
 } // namespace
