@@ -143,7 +143,11 @@ const std::string firstPairs = pairs + " Where a.rowid <= 25 And b.rowid <= 25";
 std::vector<Comparison> comparisons()
 {
     return {
-        {"Intersects", "Select Count(*)" + pairs + " Where GeometryIntersects(a.tg, b.tg)",
+        // SpatiaLite blobs are decoded once and then found in the engine cache;
+        // TesGeo blobs are read afresh every time.
+        {"Intersects", "Select Count(*)" + pairs + " Where GeometryIntersects(a.sl, b.sl)",
+         "Select Count(*)" + pairs + " Where ST_Intersects(a.sl, b.sl)"},
+        {"IntersectsTesGeo", "Select Count(*)" + pairs + " Where GeometryIntersects(a.tg, b.tg)",
          "Select Count(*)" + pairs + " Where ST_Intersects(a.sl, b.sl)"},
         {"Area", "Select Sum(ObjectArea(tg, 'sq m')) From countries", "Select Sum(ST_Area(sl, 1)) From countries"},
         {"Length", "Select Sum(ObjectLen(tgb, 'm')) From countries", "Select Sum(ST_Length(slb, 1)) From countries"},
@@ -186,10 +190,10 @@ int main(int argc, char** argv)
     }
 
     const std::vector<Comparison> all = comparisons();
-    std::printf("%-12s %20s %20s\n", "result", "engine", "SpatiaLite");
+    std::printf("%-18s %20s %20s\n", "result", "engine", "SpatiaLite");
     for (const Comparison& c : all) {
         try {
-            std::printf("%-12s %20.3f %20.3f\n", c.name, db->value(c.tessera), db->value(c.spatialite));
+            std::printf("%-18s %20.3f %20.3f\n", c.name, db->value(c.tessera), db->value(c.spatialite));
         } catch (const std::exception& e) {
             std::fprintf(stderr, "geometry_bench: %s: %s\n", c.name, e.what());
             return 1;
@@ -205,12 +209,12 @@ int main(int argc, char** argv)
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
 
-    std::printf("\n%-12s %12s\n", "operation", "engine / SpatiaLite");
+    std::printf("\n%-18s %12s\n", "operation", "engine / SpatiaLite");
     for (const Comparison& c : all) {
         const auto ours = reporter.times.find(std::string(c.name) + "/Tessera");
         const auto theirs = reporter.times.find(std::string(c.name) + "/SpatiaLite");
         if (ours != reporter.times.end() && theirs != reporter.times.end() && theirs->second > 0)
-            std::printf("%-12s %12.2f\n", c.name, ours->second / theirs->second);
+            std::printf("%-18s %12.2f\n", c.name, ours->second / theirs->second);
     }
     benchmark::Shutdown();
     return 0;

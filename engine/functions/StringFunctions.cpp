@@ -129,6 +129,13 @@ bool decodeUtf8(const unsigned char* text, int length, Buffer& units)
     return true;
 }
 
+// Counts what decodeUtf8 would store.
+struct UnitCounter {
+    int count = 0;
+    void reserve(int) {}
+    void append(ushort) { ++count; }
+};
+
 // Case mapping read straight from SQLite's UTF-8 text. ASCII is mapped byte
 // by byte (what the full Unicode mapping does to it); other text is decoded
 // into a buffer on the stack, sparing SQLite's conversion copy, and mapped by
@@ -288,7 +295,8 @@ void len(sqlite3_context* ctx, int, sqlite3_value** argv)
         sqlite3_result_int(ctx, text ? length : 0);
         return;
     }
-    sqlite3_result_int(ctx, textArgument(argv[0]).size());
+    UnitCounter units;
+    sqlite3_result_int(ctx, decodeUtf8(text, length, units) ? units.count : textArgument(argv[0]).size());
 }
 
 void left_utf16(sqlite3_context* ctx, int, sqlite3_value** argv)

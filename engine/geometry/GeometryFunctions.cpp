@@ -12,6 +12,7 @@
 
 #include <QByteArray>
 #include <QLoggingCategory>
+#include <QRectF>
 #include <exception>
 #include <string>
 
@@ -80,13 +81,37 @@ bool twoGeometries(sqlite3_context* ctx, sqlite3_value* first, sqlite3_value* se
     return guarded(ctx, [&] { shareCoordSystem(g1, g2); });
 }
 
-void predicate(sqlite3_context* ctx, sqlite3_value* first, sqlite3_value* second, Predicate test)
+// What the envelopes alone must allow for the predicate to hold.
+enum class Envelopes { Overlap, Hold };
+
+// True when the bounding boxes settle the predicate as false without GEOS:
+// in one coordinate system (the host would transform otherwise), boxes that
+// do not meet rule out every predicate here (a centroid lies in its
+// geometry's box), and containment needs the first box to hold the second.
+bool ruledOut(const GeometryPtr& a, const GeometryPtr& b, Envelopes need)
+{
+    const std::shared_ptr<cs::CoordSystem>& csA = a->coordSystem();
+    const std::shared_ptr<cs::CoordSystem>& csB = b->coordSystem();
+    if (csA != csB && !(csA && csB && csA->isEquivalentTo(*csB)))
+        return false;
+    if (a->isEmpty() || b->isEmpty())
+        return false;   // the host's answer
+    const QRectF ra = a->boundingRect().normalized();
+    const QRectF rb = b->boundingRect().normalized();
+    // Compared by hand: QRectF treats the zero-size box of a point as null.
+    if (ra.right() < rb.left() || rb.right() < ra.left() || ra.bottom() < rb.top() || rb.bottom() < ra.top())
+        return true;
+    return need == Envelopes::Hold
+        && (rb.left() < ra.left() || rb.right() > ra.right() || rb.top() < ra.top() || rb.bottom() > ra.bottom());
+}
+
+void predicate(sqlite3_context* ctx, sqlite3_value* first, sqlite3_value* second, Predicate test, Envelopes need)
 {
     GeometryPtr g1, g2;
     if (!twoGeometries(ctx, first, second, g1, g2))
         return;
     bool answer = false;
-    if (guarded(ctx, [&] { answer = test(g1, g2); }))
+    if (guarded(ctx, [&] { answer = !ruledOut(g1, g2, need) && test(g1, g2); }))
         sqlite3_result_int(ctx, answer ? 1 : 0);
 }
 
@@ -191,27 +216,27 @@ std::shared_ptr<const geometry::MifService> mifService()
 
 void intersects(sqlite3_context* ctx, int, sqlite3_value** argv)
 {
-    predicate(ctx, argv[0], argv[1], &geometry::Intersects);
+    predicate(ctx, argv[0], argv[1], &geometry::Intersects, Envelopes::Overlap);
 }
 
 void containsEntirely(sqlite3_context* ctx, int, sqlite3_value** argv)
 {
-    predicate(ctx, argv[0], argv[1], &geometry::Contains);
+    predicate(ctx, argv[0], argv[1], &geometry::Contains, Envelopes::Hold);
 }
 
 void entirelyWithin(sqlite3_context* ctx, int, sqlite3_value** argv)
 {
-    predicate(ctx, argv[1], argv[0], &geometry::Contains);
+    predicate(ctx, argv[1], argv[0], &geometry::Contains, Envelopes::Hold);
 }
 
 void containsCentroid(sqlite3_context* ctx, int, sqlite3_value** argv)
 {
-    predicate(ctx, argv[0], argv[1], &geometry::ContainsCentroid);
+    predicate(ctx, argv[0], argv[1], &geometry::ContainsCentroid, Envelopes::Overlap);
 }
 
 void centroidWithin(sqlite3_context* ctx, int, sqlite3_value** argv)
 {
-    predicate(ctx, argv[1], argv[0], &geometry::ContainsCentroid);
+    predicate(ctx, argv[1], argv[0], &geometry::ContainsCentroid, Envelopes::Overlap);
 }
 
 void nearestPoints(sqlite3_context* ctx, int, sqlite3_value** argv)

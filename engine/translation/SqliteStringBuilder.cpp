@@ -253,6 +253,16 @@ void SqliteStringBuilder::visit(const ColumnReference& node)
     visitCorrectedColumn(node);
 }
 
+void SqliteStringBuilder::visit(const QualifiedAsterisk& node)
+{
+    // Selection.* names the selection under its alias, as a column would.
+    if (!scopes.empty() && !scopes.back().aliases.empty() && isSelectionName(node.qualifier())) {
+        sql::SqlStringBuilder::visit(QualifiedAsterisk(*scopes.back().aliases.begin()));
+        return;
+    }
+    sql::SqlStringBuilder::visit(node);
+}
+
 void SqliteStringBuilder::visitCorrectedColumn(const ColumnReference& node)
 {
     if (visitGeo(node) || visitStyle(node))

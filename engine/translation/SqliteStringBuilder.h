@@ -82,6 +82,7 @@ public:
 
     using sql::SqlStringBuilder::visit;
     void visit(const sql::ast::ColumnReference& node) override;
+    void visit(const sql::ast::QualifiedAsterisk& node) override;
     void visit(const sql::ast::Function& node) override;
     void visit(const sql::ast::Operation& node) override;
     void visit(const sql::ast::QuerySpecification& node) override;

@@ -867,8 +867,9 @@ private:
         expectSymbol(L"(");
         NodePtr operand = expression();
         expectWord(L"as");
+        // Plain words only: a type name is written out as it stands.
         std::wstring type;
-        while (peek().kind == TokenKind::Word || peek().kind == TokenKind::QuotedIdentifier) {
+        while (peek().kind == TokenKind::Word) {
             if (!type.empty())
                 type += L' ';
             type += next().text;

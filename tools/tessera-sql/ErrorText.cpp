@@ -25,19 +25,14 @@ QString describeError(const sql::SqlError& error)
 
 QString describeSyntaxError(const std::string& text)
 {
-    const sql::ParseContext context;
-    sql::SqlParser parser(&context);
+    // The engine's own runtime refuses the operators it does not translate,
+    // so parse with a runtime too: the reason then matches the engine's.
+    const sql::SqlRuntime runtime;
+    sql::SqlParser parser(&runtime);
     if (parser.parse(text) || parser.errors().empty())
         return QString();
-    const auto& first = *parser.errors().front();
-    if (const auto* at = dynamic_cast<const sql::ParseError*>(&first)) {
-        QString detail = QStringLiteral("line %1, column %2: %3")
-                             .arg(at->line()).arg(at->column()).arg(QString::fromUtf8(at->what()));
-        if (!at->expected().empty())
-            detail += QStringLiteral(" (expected %1)").arg(QString::fromStdString(at->expected()));
-        return detail;
-    }
-    return QString::fromUtf8(first.what());
+    // A parse error's text already starts with its line and column.
+    return QString::fromUtf8(parser.errors().front()->what());
 }
 
 } // namespace tessera::shell

@@ -69,6 +69,12 @@ TEST_F(StringFunctions, CharactersAndCase)
     db.expectText("SELECT ucase('straße, ёж')", "STRASSE, ЁЖ"); // full case mapping
     db.expectText("SELECT ucase('𐐨')", "𐐀");                   // Deseret, outside the BMP
     db.expectText("SELECT lcase('𐐀')", "𐐨");
+    db.expectText("SELECT lcase(42)", "42");
+    // Malformed UTF-8 reads as SQLite reads it: U+FFFD for a broken sequence
+    // and for U+FFFE.
+    db.expectText("SELECT lcase(CAST(x'41C3' AS TEXT))", QString("a") + QChar(0xFFFD));
+    db.expectText("SELECT ucase(CAST(x'61EFBFBE' AS TEXT))", QString("A") + QChar(0xFFFD));
+    db.expectInt("SELECT len(CAST(x'41C3' AS TEXT))", 2);
     db.expectNull("SELECT lcase(NULL)");
     db.expectNull("SELECT ucase(NULL)");
 }

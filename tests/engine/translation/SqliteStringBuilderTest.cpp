@@ -131,6 +131,11 @@ TEST_F(SqliteStringBuilderTest, selectionBecomesARowIdFilter)
     EXPECT_NE(sql.find(" Where " + first + ".rowid In (1,3) And " + second + ".rowid In (1,3)"), std::string::npos) << sql;
     EXPECT_EQ(rows(sql), (Rows{"4|3"}));
 
+    SqliteStringBuilder star = makeBuilder();
+    star.setSelection(selectionOf({"f3"}), &cache);
+    EXPECT_EQ(rows(translate(star, "Select Selection.*, u.d From Selection, u Where Selection.a = u.a")),
+              (Rows{"3|z|Gamma|\x03|-|three"}));
+
     // Only the query that reads the selection is filtered.
     SqliteStringBuilder nested = makeBuilder();
     nested.setSelection(selectionOf({"f1", "f3"}), &cache);

@@ -66,25 +66,6 @@ TEST_F(TranslationEntryTest, anEarlierQueryIsKept)
     EXPECT_TRUE(builder.hasErrors());
 }
 
-TEST_F(TranslationEntryTest, errorSettersKeepOrder)
-{
-    SqliteStringBuilder builder = makeBuilder();
-    const auto first = std::make_shared<sql::SqlSyntaxError>();
-    const auto second = std::make_shared<sql::GeneralSyntaxError>(std::string("second"));
-    builder.addError(std::make_shared<sql::SqlSemanticError>());
-    builder.addErrors({first, second});
-    ASSERT_EQ(builder.errors().size(), 3u);
-    EXPECT_EQ(builder.errors()[1], first);
-    EXPECT_EQ(builder.errors()[2], second);
-    builder.setErrors({second});
-    ASSERT_EQ(builder.errors().size(), 1u);
-    EXPECT_EQ(builder.errors()[0], second);
-    builder.setError(first);
-    ASSERT_EQ(builder.errors().size(), 1u);
-    EXPECT_EQ(builder.errors()[0], first);
-    EXPECT_TRUE(builder.hasErrors());
-}
-
 TEST_F(TranslationEntryTest, deepTextsAreTranslatedOrRefused)
 {
     // Nesting beyond the parser's limits is a syntax error, not a crash.

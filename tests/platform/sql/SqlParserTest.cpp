@@ -410,7 +410,7 @@ TEST(SqlParser, MalformedTextIsRefusedWithoutHarm)
         "Insert Into", "Insert Into t Values", "Insert Into t Values (1,", "Update t", "Update t Set", "Update t Set a",
         "Delete t", "Delete From", "a +", "* a", "a = = b", "a Between 1", "a Between 1 And", "a In", "a In (1,",
         "a Like", "a Like b Escape", "a Is", "a Is Not", "Cast(a)", "Cast(a As)", "Cast(a As Decimal(1,)",
-        "Count(Distinct)", "f(a,)", "f(,a)", "Exists a", "Exists (1)", "a Contains", "a Partly b", "a Collate",
+        "Cast(a As [Integer); Drop Table t; --])", "Cast(a As 'Text')", "Count(Distinct)", "f(a,)", "f(,a)", "Exists a", "Exists (1)", "a Contains", "a Partly b", "a Collate",
         "'unterminated", "\"unterminated", "[unterminated", "`unterminated", "/* unterminated", "[]", "``",
         "1.2.3", "12abc", "1e", "1e+", "&H", "0x", "&HFFFFFFFFFFFFFFFFFF", "a ! b", "a | b", "a ? b", "a : b",
         "a @ b", "a # b", "a ~ b", "a { b", "((((((((", "))))))))", "Select a From t Order By",
