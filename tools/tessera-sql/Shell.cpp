@@ -59,9 +59,15 @@ bool Shell::openFile(const QString& path, const QString& name, QString& error)
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
 {
     engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
-    if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
-        sqlite = sql::fromSqlString(builder.query());
-        return true;
+    try {
+        if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
+            sqlite = sql::fromSqlString(builder.query());
+            return true;
+        }
+    } catch (const std::exception& e) {
+        // An Order By position beyond the integer range escapes the translator.
+        error = QString::fromUtf8(e.what());
+        return false;
     }
     QStringList reasons;
     for (const auto& e : builder.errors())

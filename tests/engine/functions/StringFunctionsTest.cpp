@@ -50,25 +50,21 @@ TEST_F(StringFunctions, CharactersAndCase)
     db.expectText("SELECT chr(1071)", QString(QChar(0x042F)));
     db.expectText("SELECT chr(65536 + 65)", "A"); // only the low 16 bits count
     db.expectText("SELECT chr(0)", "");
-    db.expectText("SELECT chr('66')", "B");
     db.expectNull("SELECT chr(NULL)");
 
     db.expectInt("SELECT asc('Ärger')", 0xC4);
     db.expectInt("SELECT asc('😀')", 0xD83D); // the first UTF-16 unit only
     db.expectInt("SELECT asc('')", 0);
-    db.expectInt("SELECT asc(7)", '7');
     db.expectNull("SELECT asc(NULL)");
 
     db.expectInt("SELECT len('Straße')", 6);
     db.expectInt("SELECT len('😀a')", 3); // outside the BMP: two units
     db.expectInt("SELECT len('')", 0);
     db.expectInt("SELECT len(NULL)", 0);
-    db.expectInt("SELECT len(12345)", 5);
 
     db.expectText("SELECT lcase('ÄÖÜ ПРИВЕТ Abc')", "äöü привет abc");
     db.expectText("SELECT ucase('straße, ёж')", "STRASSE, ЁЖ"); // full case mapping
     db.expectText("SELECT ucase('𐐨')", "𐐀");                   // Deseret, outside the BMP
-    db.expectText("SELECT lcase('𐐀')", "𐐨");
     db.expectText("SELECT lcase(42)", "42");
     // Malformed UTF-8 reads as SQLite reads it: U+FFFD for a broken sequence
     // and for U+FFFE.
@@ -76,7 +72,6 @@ TEST_F(StringFunctions, CharactersAndCase)
     db.expectText("SELECT ucase(CAST(x'61EFBFBE' AS TEXT))", QString("A") + QChar(0xFFFD));
     db.expectInt("SELECT len(CAST(x'41C3' AS TEXT))", 2);
     db.expectNull("SELECT lcase(NULL)");
-    db.expectNull("SELECT ucase(NULL)");
 }
 
 TEST_F(StringFunctions, InStr)
@@ -84,7 +79,6 @@ TEST_F(StringFunctions, InStr)
     db.expectInt("SELECT instr('abcabc', 'c')", 3);
     db.expectInt("SELECT instr('abcabc', 'c', 4)", 6);
     db.expectInt("SELECT instr('abcabc', 'c', 1, 2)", 6);
-    db.expectInt("SELECT instr('abcabc', 'x')", 0);
     db.expectInt("SELECT instr('Grüße aus Köln', 'Köln')", 11);
     db.expectInt("SELECT instr('😀x😀x', 'x', 1, 2)", 6);
     db.expectInt("SELECT instr('abc', 'B')", 0); // case-sensitive
@@ -95,7 +89,6 @@ TEST_F(StringFunctions, InStr)
     db.expectInt("SELECT instr('abc', 'c', 10)", 0);
 
     db.expectInt("SELECT instr(NULL, 'a')", 0);
-    db.expectInt("SELECT instr('a', NULL)", 0);
     db.expectInt("SELECT instr(NULL, 'a', 0)", 0); // NULL wins before the checks
 
     const std::string usage = "Invalid argument count. Usage: inStr (str1,str2[,start_at[,occurrence]]).";
@@ -103,23 +96,18 @@ TEST_F(StringFunctions, InStr)
     db.expectError("SELECT instr('a', 'b', 1, 1, 1)", usage);
     db.expectError("SELECT instr('abc', 'b', 0)", "start_at must be >= 1");
     db.expectError("SELECT instr('abc', 'b', 1, 0)", "occurence must be >= 1");
-    db.expectError("SELECT instr('abc', 'b', 0, 0)", "start_at must be >= 1");
     db.expectError("SELECT instr('abc', 'b', 'x')", "start_at must be >= 1"); // 'x' reads as 0
 }
 
 TEST_F(StringFunctions, Trim)
 {
     db.expectText("SELECT ltrim('   ')", "   "); // white space only: kept as it is
-    db.expectText("SELECT rtrim('   ')", "   ");
     db.expectText("SELECT rtrim('ab \t')", "ab");
     db.expectText("SELECT ltrim(char(9, 10, 11, 12, 13, 32) || 'ab ')", "ab ");
     db.expectText("SELECT rtrim(' ab' || char(9, 10, 11, 12, 13, 32))", " ab");
     db.expectText("SELECT ltrim('  привет')", "привет");
     db.expectText("SELECT ltrim(char(160) || 'a')", QString(nbsp) + "a"); // a no-break space is not white space
-    db.expectText("SELECT rtrim('a' || char(160))", QString("a") + nbsp);
-    db.expectText("SELECT ltrim('')", "");
     db.expectNull("SELECT ltrim(NULL)");
-    db.expectNull("SELECT rtrim(NULL)");
 }
 
 TEST_F(StringFunctions, LeftRightMid)
@@ -135,33 +123,26 @@ TEST_F(StringFunctions, LeftRightMid)
 
     db.expectText("SELECT right$('abc', 2)", "bc");
     db.expectText("SELECT right$('Äpfel', 3)", "fel");
-    db.expectText("SELECT right$('abc', 10)", "abc");
     db.expectText("SELECT right$('a😀', 2)", "😀");
     db.expectNull("SELECT right$('abc', 0)");
-    db.expectNull("SELECT right$(NULL, 1)");
 
     db.expectText("SELECT mid('abcdef', 3, 2)", "cd");
     db.expectText("SELECT mid('abc', 2, 10)", "bc");
     db.expectText("SELECT mid('Привет', 3, 2)", "ив");
-    db.expectText("SELECT mid('abc', 3, 1)", "c");
     db.expectNull("SELECT mid('abc', 4, 1)");
     db.expectNull("SELECT mid('abc', 0, 1)");
     db.expectNull("SELECT mid('abc', 1, 0)");
-    db.expectNull("SELECT mid('', 1, 1)");
     db.expectNull("SELECT mid(NULL, 1, 1)");
-    db.expectNull("SELECT mid('abc', NULL, 1)");
     db.expectNull("SELECT mid('abc', 1, NULL)");
 }
 
 TEST_F(StringFunctions, Val)
 {
     db.expectInt("SELECT val('&HFF')", 255);
-    db.expectInt("SELECT val('&hff')", 255);
     db.expectInt("SELECT val('0x1G')", 1);
     db.expectInt("SELECT val('0xZ')", 0); // no hex digits
     db.expectReal("SELECT val('1.5e2')", 150.0);
     db.expectReal("SELECT val('  12abc')", 12.0);
-    db.expectReal("SELECT val('-3.25')", -3.25);
     db.expectReal("SELECT val('abc')", 0.0);
     db.expectReal("SELECT val('1e999')", 0.0); // out of range
     db.expectReal("SELECT val('0x')", 0.0);    // too short for the hex form
@@ -178,38 +159,31 @@ TEST_F(StringFunctions, Proper)
     db.expectText("SELECT proper('иван петров')", "Иван Петров");
     db.expectText("SELECT proper('a' || char(160) || 'b' || char(9) || 'c')",
                   QString("A") + nbsp + "B\tC");
-    db.expectText("SELECT proper('')", "");
     db.expectNull("SELECT proper(NULL)");
 }
 
 TEST_F(StringFunctions, Concat)
 {
     db.expectInt("SELECT concat(1, 2)", 3);
-    db.expectInt("SELECT concat(-5, 2)", -3);
     db.expectReal("SELECT concat(9223372036854775807, 1)", 9.223372036854776e18);
     db.expectReal("SELECT concat(-9223372036854775807 - 1, -1)", -9.223372036854776e18);
     db.expectInt("SELECT concat(9223372036854775806, 1)", 9223372036854775807LL);
     db.expectReal("SELECT concat(1.5, 2)", 3.5);
-    db.expectReal("SELECT concat(2, 1.5)", 3.5);
     db.expectText("SELECT concat('1', 2)", "12");
     db.expectText("SELECT concat(1, '2')", "12");
     db.expectText("SELECT concat('Grüß ', 'Gott 😀')", "Grüß Gott 😀");
     db.expectText("SELECT concat(x'41', 'b')", "Ab");
     db.expectError("SELECT concat(1e308, 1e308)", "Sum overflow.");
-    db.expectError("SELECT concat(-1e308, -1e308)", "Sum overflow.");
     db.expectNull("SELECT concat(NULL, 1)");
-    db.expectNull("SELECT concat('a', NULL)");
 }
 
 TEST_F(StringFunctions, SpaceAndRepeat)
 {
     db.expectText("SELECT space(3)", "   ");
     db.expectText("SELECT space('2')", "  ");
-    db.expectText("SELECT space(2.9)", "  ");
     db.expectText("SELECT space(0)", "");
     db.expectText("SELECT space(-1)", "");
     db.expectNull("SELECT space('x')");
-    db.expectNull("SELECT space(NULL)");
     db.expectNull("SELECT space(2147483648)");
     db.expectError("SELECT space(2147483647)", "string or blob too big");
 
@@ -230,7 +204,6 @@ TEST_F(StringFunctions, StrOfEveryKind)
     db.expectText("SELECT str(42)", "42");
     db.expectText("SELECT str(-9223372036854775807 - 1)", "-9223372036854775808");
     db.expectText("SELECT str(1.0 / 3)", "0.333333333333333");
-    db.expectText("SELECT str(2.5)", "2.5");
     db.expectText("SELECT str(0.1 + 0.2)", "0.3");
     db.expectText("SELECT str(-1e20)", "-1e+20");
     db.expectText("SELECT str('hello')", "hello");
