@@ -1,5 +1,6 @@
 #include "engine/functions/StringFunctions.h"
 
+#include "engine/functions/CaseMapping.h"
 #include "engine/functions/TextArgument.h"
 #include "engine/functions/ValueConversions.h"
 #include "engine/geometry/GeometryConversions.h"
@@ -137,9 +138,9 @@ struct UnitCounter {
 };
 
 // Case mapping read straight from SQLite's UTF-8 text. ASCII is mapped byte
-// by byte (what the full Unicode mapping does to it); other text is decoded
-// into a buffer on the stack, sparing SQLite's conversion copy, and mapped by
-// Qt's full Unicode rules.
+// by byte (what the full Unicode mapping does to it), most other text
+// character by character; the rest is decoded into a buffer on the stack,
+// sparing SQLite's conversion copy, and mapped by Qt's full Unicode rules.
 void mapCase(sqlite3_context* ctx, sqlite3_value* value, char (*asciiMap)(unsigned char), bool upper)
 {
     const unsigned char* text = sqlite3_value_text(value);
@@ -159,6 +160,16 @@ void mapCase(sqlite3_context* ctx, sqlite3_value* value, char (*asciiMap)(unsign
         out[length] = '\0';
         sqlite3_result_text(ctx, out, length, sqlite3_free);
         return;
+    }
+    // Character by character into UTF-8 where a one-to-one mapping holds.
+    const int capacity = 2 * length + 4;
+    if (auto* out = static_cast<char*>(sqlite3_malloc(capacity))) {
+        const int written = mapCaseUtf8(text, length, upper, out, capacity);
+        if (written >= 0) {
+            sqlite3_result_text(ctx, out, written, sqlite3_free);
+            return;
+        }
+        sqlite3_free(out);
     }
     QVarLengthArray<ushort, 512> units;
     QString source;

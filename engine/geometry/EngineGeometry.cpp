@@ -100,16 +100,17 @@ QByteArray EngineGeometry::serialize(const std::shared_ptr<geometry::Geometry>& 
     if (!geometry)
         return result;
 
-    // The coordinate system goes into a block of its own, shared through the cache.
+    // The coordinate system goes into a block of its own, shared through the
+    // cache. The geometry archive never writes a coordinate system, so the
+    // geometry is left untouched: detaching its coordinate system for the
+    // time of writing would race with other threads reading the same
+    // (cached, shared) geometry, and the bytes are the same either way.
     const std::shared_ptr<cs::CoordSystem> coordSystem = geometry->coordSystem();
-    if (coordSystem)
-        geometry->setCoordSystem(nullptr);
     const QByteArray payload = geometryPayload(*geometry);
     appendBlockHeader(result, GeometryBlock, static_cast<quint32>(payload.size()));
     result.append(payload);
 
     if (coordSystem) {
-        geometry->setCoordSystem(coordSystem);
         const QByteArray csPayload = coordSystemPayload(coordSystem);
         appendBlockHeader(result, CoordSystemBlock, static_cast<quint32>(csPayload.size()));
         onCoordSystem(coordSystem, csPayload);

@@ -27,8 +27,8 @@ public:
     explicit operator bool() const { return static_cast<bool>(g); }
 
     QByteArray serialize(const CoordSystemSink& onCoordSystem) const;
-    // Detaches the coordinate system while the geometry block is written, so
-    // the geometry is modified (and restored) during the call.
+    // The geometry is not modified; `onCoordSystem` is called (and must be
+    // callable) when it has a coordinate system.
     static QByteArray serialize(const std::shared_ptr<geometry::Geometry>& geometry, const CoordSystemSink& onCoordSystem);
     // Never throws for bad bytes: the result is empty when no geometry could be read.
     static EngineGeometry deserialize(const QByteArray& blob, const CoordSystemResolver& resolveCoordSystem);

@@ -64,8 +64,8 @@ bool guarded(sqlite3_context* ctx, F&& f)
 }
 
 // Decodes the two geometries (in the given order, which is the host's operand
-// order) and aligns their coordinate systems. False (with NULL set) when
-// either is no geometry or the alignment fails.
+// order) and aligns their coordinate systems. False when either is no
+// geometry (the result is then NULL) or the alignment fails (an SQL error).
 bool twoGeometries(sqlite3_context* ctx, sqlite3_value* first, sqlite3_value* second, GeometryPtr& g1, GeometryPtr& g2)
 {
     g1 = toGeometry(ctx, first, true);

@@ -65,6 +65,10 @@ TEST_F(StringFunctions, CharactersAndCase)
     db.expectText("SELECT lcase('ÄÖÜ ПРИВЕТ Abc')", "äöü привет abc");
     db.expectText("SELECT ucase('straße, ёж')", "STRASSE, ЁЖ"); // full case mapping
     db.expectText("SELECT ucase('𐐨')", "𐐀");                   // Deseret, outside the BMP
+    for (const char* text : {"ΟΔΟΣ ΟΔΟΣ", "İstanbul", "ǅ ǆ", "ᾳ ﬁ ŉ", "Ⱥ ɐ ı"}) {
+        db.expectText(std::string("SELECT lcase('") + text + "')", QString::fromUtf8(text).toLower());
+        db.expectText(std::string("SELECT ucase('") + text + "')", QString::fromUtf8(text).toUpper());
+    }
     db.expectText("SELECT lcase(42)", "42");
     // Malformed UTF-8 reads as SQLite reads it: U+FFFD for a broken sequence
     // and for U+FFFE.

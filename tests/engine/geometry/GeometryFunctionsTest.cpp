@@ -61,6 +61,10 @@ TEST(GeometryFunctions, PredicatesOnTouchingOverlappingDisjointNestedAndHoledSha
         {holed, geom("POINT(2 2)"), 0, 0, 0, "point in the hole"},
         {holed, geom("POINT(0.5 0.5)"), 1, 1, 1, "point in the ring"},
         {holed, geom("LINESTRING(-1 2, 5 2)"), 1, 0, 0, "line across the hole"},
+        // Zero-size boxes: a point and a horizontal line on A's boundary.
+        {A, geom("POINT(4 2)"), 1, 0, 1, "point on the boundary"},
+        {A, geom("LINESTRING(-1 4, 5 4)"), 1, 0, 1, "line along the top edge"},
+        {A, geom("POINT(4.5 2)"), 0, 0, 0, "point just outside"},
     };
     for (const Case& c : cases) {
         const std::string args = "(" + c.a + ", " + c.b + ")";

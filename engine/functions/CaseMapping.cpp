@@ -1,0 +1,115 @@
+#include "engine/functions/CaseMapping.h"
+
+#include <QChar>
+
+namespace tessera::engine {
+
+long simpleCase(char32_t code, bool upper)
+{
+    if (code < 0x80) {
+        if (upper)
+            return code >= 'a' && code <= 'z' ? long(code - ('a' - 'A')) : long(code);
+        return code >= 'A' && code <= 'Z' ? long(code + ('a' - 'A')) : long(code);
+    }
+    if (upper) {
+        // Greek extended: iota subscripts upper-case to two letters.
+        if (code >= 0x1F80 && code <= 0x1FFF)
+            return -1;
+        const char32_t mapped = QChar::toUpper(code);
+        // A lower-case letter without a simple upper case may have a full
+        // one (ß, ŉ, ǰ, ligatures): only Qt knows.
+        if (mapped == code && QChar::category(code) == QChar::Letter_Lowercase)
+            return -1;
+        return long(mapped);
+    }
+    // İ is the one letter whose lower case is two characters.
+    if (code == 0x0130)
+        return -1;
+    return long(QChar::toLower(code));
+}
+
+namespace {
+
+// Strict UTF-8: the code point at `text`, its byte count in `size`; -1 for
+// anything that is not a well-formed scalar value.
+long decode(const unsigned char* text, int length, int& size)
+{
+    const unsigned char c = text[0];
+    int extra = 0;
+    char32_t code = 0;
+    if (c < 0x80) {
+        size = 1;
+        return c;
+    }
+    if (c >= 0xC2 && c <= 0xDF) {
+        extra = 1;
+        code = c & 0x1F;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+        extra = 2;
+        code = c & 0x0F;
+    } else if (c >= 0xF0 && c <= 0xF4) {
+        extra = 3;
+        code = c & 0x07;
+    } else {
+        return -1;
+    }
+    if (extra >= length)
+        return -1;
+    for (int k = 1; k <= extra; ++k) {
+        if ((text[k] & 0xC0) != 0x80)
+            return -1;
+        code = (code << 6) | (text[k] & 0x3F);
+    }
+    constexpr char32_t lowest[] = {0, 0x80, 0x800, 0x10000};
+    // U+FFFE and U+FFFF read as U+FFFD in SQLite's own conversion.
+    if (code < lowest[extra] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) || code == 0xFFFE
+        || code == 0xFFFF)
+        return -1;
+    size = extra + 1;
+    return long(code);
+}
+
+int encode(char32_t code, char* out)
+{
+    if (code < 0x80) {
+        out[0] = char(code);
+        return 1;
+    }
+    if (code < 0x800) {
+        out[0] = char(0xC0 | (code >> 6));
+        out[1] = char(0x80 | (code & 0x3F));
+        return 2;
+    }
+    if (code < 0x10000) {
+        out[0] = char(0xE0 | (code >> 12));
+        out[1] = char(0x80 | ((code >> 6) & 0x3F));
+        out[2] = char(0x80 | (code & 0x3F));
+        return 3;
+    }
+    out[0] = char(0xF0 | (code >> 18));
+    out[1] = char(0x80 | ((code >> 12) & 0x3F));
+    out[2] = char(0x80 | ((code >> 6) & 0x3F));
+    out[3] = char(0x80 | (code & 0x3F));
+    return 4;
+}
+
+} // namespace
+
+int mapCaseUtf8(const unsigned char* text, int length, bool upper, char* out, int capacity)
+{
+    int written = 0;
+    for (int i = 0; i < length;) {
+        int size = 0;
+        const long code = decode(text + i, length - i, size);
+        if (code < 0)
+            return -1;
+        const long mapped = simpleCase(char32_t(code), upper);
+        if (mapped < 0 || written + 4 > capacity)
+            return -1;
+        written += encode(char32_t(mapped), out + written);
+        i += size;
+    }
+    return written;
+}
+
+} // namespace tessera::engine
