@@ -103,6 +103,16 @@ int mapCaseUtf8(const unsigned char* text, int length, bool upper, char* out, in
         const long code = decode(text + i, length - i, size);
         if (code < 0)
             return -1;
+        // ß is common enough in German text to spell out its full upper
+        // case here rather than hand the text to QString.
+        if (upper && code == 0xDF) {
+            if (written + 2 > capacity)
+                return -1;
+            out[written++] = 'S';
+            out[written++] = 'S';
+            i += size;
+            continue;
+        }
         const long mapped = simpleCase(char32_t(code), upper);
         if (mapped < 0 || written + 4 > capacity)
             return -1;

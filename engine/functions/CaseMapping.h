@@ -1,9 +1,9 @@
 #pragma once
 // Case mapping of UTF-8 text straight into UTF-8, character by character,
 // giving what QString::toLower / QString::toUpper give wherever a
-// one-to-one mapping does; texts that need Qt's full mapping (ß to SS,
-// İ to i̇, Greek with ypogegrammeni, ...) or are not strict UTF-8 are left
-// to QString.
+// one-to-one mapping does (and ß to SS); texts that need Qt's full mapping
+// (İ to i̇, Greek with ypogegrammeni, ligatures, ...) or are not strict
+// UTF-8 are left to QString.
 
 namespace tessera::engine {
 

@@ -43,66 +43,82 @@ std::optional<LikeMatcher> LikeMatcher::compile(const QString& pattern, QChar es
     return matcher;
 }
 
+namespace {
+
+constexpr short other = 0x100;
+
+// Decodes the character at `text[pos]` into `character` (lower-case ASCII,
+// or `other` for any character beyond ASCII, which only `_` and `%` can
+// match) and returns its byte count; 0 when only the expression can decide:
+// malformed UTF-8 reads differently in UTF-16, and two characters fold onto
+// ASCII letters (the Kelvin sign onto k, the long s onto s).
+int decodeCharacter(const unsigned char* text, int length, int pos, short& character)
+{
+    const unsigned char c = text[pos];
+    if (c < 0x80) {
+        character = lowerAscii(c);
+        return 1;
+    }
+    int extra = 0;
+    char32_t code = 0;
+    if (c >= 0xC2 && c <= 0xDF) {
+        extra = 1;
+        code = c & 0x1F;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+        extra = 2;
+        code = c & 0x0F;
+    } else if (c >= 0xF0 && c <= 0xF4) {
+        extra = 3;
+        code = c & 0x07;
+    } else {
+        return 0;
+    }
+    if (pos + extra >= length)
+        return 0;
+    for (int k = 1; k <= extra; ++k) {
+        const unsigned char next = text[pos + k];
+        if ((next & 0xC0) != 0x80)
+            return 0;
+        code = (code << 6) | (next & 0x3F);
+    }
+    constexpr char32_t lowest[] = {0, 0x80, 0x800, 0x10000};
+    if (code < lowest[extra] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) || code == 0xFFFE
+        || code == 0xFFFF || code == 0x212A || code == 0x017F)
+        return 0;
+    character = other;
+    return extra + 1;
+}
+
+} // namespace
+
 std::optional<int> LikeMatcher::match(const unsigned char* text, int length) const
 {
-    // One entry per character: lower-case ASCII, or `other` for any
-    // character beyond ASCII, which only `_` and `%` can match. Two such
-    // characters fold onto ASCII letters (the Kelvin sign onto k, the long s
-    // onto s), and malformed UTF-8 reads differently in UTF-16: both are left
-    // to the expression.
-    constexpr short other = 0x100;
-    QVarLengthArray<short, 256> characters;
-    for (int i = 0; i < length;) {
-        const unsigned char c = text[i];
-        if (c < 0x80) {
-            characters.append(lowerAscii(c));
-            ++i;
-            continue;
-        }
-        int extra = 0;
-        char32_t code = 0;
-        if (c >= 0xC2 && c <= 0xDF) {
-            extra = 1;
-            code = c & 0x1F;
-        } else if (c >= 0xE0 && c <= 0xEF) {
-            extra = 2;
-            code = c & 0x0F;
-        } else if (c >= 0xF0 && c <= 0xF4) {
-            extra = 3;
-            code = c & 0x07;
-        } else {
-            return std::nullopt;
-        }
-        if (i + extra >= length)
-            return std::nullopt;
-        for (int k = 1; k <= extra; ++k) {
-            const unsigned char next = text[i + k];
-            if ((next & 0xC0) != 0x80)
-                return std::nullopt;
-            code = (code << 6) | (next & 0x3F);
-        }
-        const char32_t lowest[] = {0, 0x80, 0x800, 0x10000};
-        if (code < lowest[extra] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) || code == 0x212A
-            || code == 0x017F)
-            return std::nullopt;
-        characters.append(other);
-        i += extra + 1;
-    }
     if (never)
         return 0;
-
     // Wildcard matching with one back-tracking point: on a mismatch the last
-    // run takes one more character.
+    // run takes one more character. Characters are decoded as the match
+    // reaches them, so a mismatch early in a long text ends the work early;
+    // whatever lies beyond cannot change that answer.
+    QVarLengthArray<short, 256> characters;
+    int pos = 0;
     const short* p = tokens.constData();
-    const short* t = characters.constData();
     const int m = tokens.size();
-    const int n = characters.size();
     int pi = 0;
     int ti = 0;
     int runAt = -1;
     int runText = 0;
-    while (ti < n) {
-        if (pi < m && (p[pi] == AnyOne || p[pi] == t[ti])) {
+    for (;;) {
+        if (ti == characters.size()) {
+            if (pos >= length)
+                break;
+            short character = 0;
+            const int size = decodeCharacter(text, length, pos, character);
+            if (size == 0)
+                return std::nullopt;
+            characters.append(character);
+            pos += size;
+        }
+        if (pi < m && (p[pi] == AnyOne || p[pi] == characters[ti])) {
             ++pi;
             ++ti;
         } else if (pi < m && p[pi] == AnyRun) {

@@ -18,8 +18,9 @@ public:
     // other characters.
     static std::optional<LikeMatcher> compile(const QString& pattern, QChar escape);
 
-    // 1 or 0; nothing for malformed UTF-8 and for the two characters beyond
-    // ASCII that fold onto ASCII letters (U+212A, U+017F).
+    // 1 or 0; nothing when the match reaches malformed UTF-8 or one of the
+    // two characters beyond ASCII that fold onto ASCII letters (U+212A,
+    // U+017F).
     std::optional<int> match(const unsigned char* text, int length) const;
 
 private:

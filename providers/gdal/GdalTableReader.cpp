@@ -13,6 +13,7 @@
 #include <QLoggingCategory>
 #include <QTime>
 #include <QVector>
+#include <cpl_conv.h>
 #include <gdal.h>
 #include <ogr_api.h>
 #include <ogr_srs_api.h>

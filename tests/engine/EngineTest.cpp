@@ -344,16 +344,6 @@ TEST_F(EngineDatabase, TableManagements)
     engine = nullptr;
 }
 
-TEST(TableManagement, PendingName)
-{
-    int destroyed = 0;
-    Management m(QStringLiteral("t"), &destroyed);
-    EXPECT_TRUE(m.newName().isEmpty());
-    m.setNewName(QStringLiteral("renamed"));
-    EXPECT_EQ(m.newName(), QStringLiteral("renamed"));
-    EXPECT_EQ(m.engine::TableManagement::tableName(), QString());
-}
-
 TEST_F(EngineDatabase, Translation)
 {
     // A translated text runs on the engine connection.

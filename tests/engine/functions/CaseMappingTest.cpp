@@ -52,7 +52,9 @@ TEST(CaseMapping, Utf8Text)
     // Lengths change: ı (2 bytes) upper-cases to I (1 byte), ɐ (2) to Ɐ (3).
     EXPECT_EQ(map("ıɐ", true), "IⱯ");
     EXPECT_EQ(map("", true), "");
-    EXPECT_EQ(map("straße", true), "<qt>");
+    EXPECT_EQ(map("straße", true), "STRASSE");
+    EXPECT_EQ(map("straße", false), "straße");
+    EXPECT_EQ(map("ﬁ", true), "<qt>");
     EXPECT_EQ(map("\xC3", false), "<qt>");         // cut short
     EXPECT_EQ(map("a\xEF\xBF\xBF", false), "<qt>"); // U+FFFF
     EXPECT_EQ(map("\xC0\xAF", false), "<qt>");     // overlong

@@ -71,6 +71,8 @@ TEST(LikeMatcher, TextBeyondAscii)
     EXPECT_FALSE(matchAscii(*matcher, "k\xED\xA0\x80").has_value()); // a surrogate
     EXPECT_FALSE(matchAscii(*matcher, "k\x80").has_value());        // a stray continuation byte
     EXPECT_EQ(matchAscii(*matcher, "Kb\xC3\xA4"), 1);
+    // A mismatch before the bad bytes settles the answer without them.
+    EXPECT_EQ(matchAscii(*matcher, "x\xC3"), 0);
     EXPECT_EQ(matchAscii(*matcher, "\xC3\xA4k"), 0);
     // `_` takes a whole character, however many bytes it has.
     const auto one = LikeMatcher::compile("_x", QChar());

@@ -265,6 +265,6 @@ TEST(Geometry, DouglasPeucker)
     // A long line needs no deep recursion.
     QVector<QPointF> spiral;
     for (int i = 0; i < 200000; ++i)
-        spiral.append(QPointF(i, i * i * 1e-3));
+        spiral.append(QPointF(i, double(i) * i * 1e-3));
     EXPECT_GT(simplifyDouglasPeucker(spiral, 0.01).size(), 2);
 }
