@@ -44,8 +44,23 @@ QByteArray coordSystemPayload(const std::shared_ptr<cs::CoordSystem>& coordSyste
     return payload;
 }
 
+// Whether the payload can start a geometry archive: a non-empty class tag
+// (quint32 byte length, even, within the payload) and a version. Other bytes
+// (a SpatiaLite blob read as blocks, say) would only make the archive throw,
+// and exceptions are far too slow for the per-row path.
+bool mayHoldGeometry(const QByteArray& payload)
+{
+    if (payload.size() < 10)
+        return false;
+    const auto* p = reinterpret_cast<const unsigned char*>(payload.constData());
+    const quint32 tagBytes = (quint32(p[0]) << 24) | (quint32(p[1]) << 16) | (quint32(p[2]) << 8) | p[3];
+    return tagBytes != 0 && tagBytes % 2 == 0 && tagBytes <= quint32(payload.size() - 8);
+}
+
 std::shared_ptr<geometry::Geometry> readGeometry(const QByteArray& payload)
 {
+    if (!mayHoldGeometry(payload))
+        return nullptr;
     try {
         QDataStream stream(payload);
         serialization::BinaryInputArchive archive(stream);

@@ -73,7 +73,7 @@ bool Shell::translate(const QString& statement, QString& sqlite, QString& error)
     for (const auto& e : builder.errors())
         reasons << describeError(*e);
     // A syntax error says where: parse again for the detailed message.
-    const QString detail = sql::describeSyntaxError(statement.toStdString());
+    const QString detail = describeSyntaxError(statement.toStdString());
     if (!detail.isEmpty())
         reasons << detail;
     error = reasons.join(QLatin1String("; "));
