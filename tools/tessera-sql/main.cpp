@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
+#include <QLoggingCategory>
 #include <QTextStream>
 #include <cstdio>
 #include <exception>
@@ -77,9 +78,15 @@ int main(int argc, char* argv[])
         QStringLiteral("Print the SQLite translation instead of running the query."));
     const QCommandLineOption rawOption(QStringLiteral("raw"),
         QStringLiteral("Run the text as SQLite SQL, without translation."));
-    parser.addOptions({commandOption, openOption, formatOption, translateOption, rawOption});
+    const QCommandLineOption verboseOption(QStringLiteral("verbose"),
+        QStringLiteral("Show the engine's debug and info log on standard error."));
+    parser.addOptions({commandOption, openOption, formatOption, translateOption, rawOption, verboseOption});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Script of statements to run."), QStringLiteral("[FILE]"));
     parser.process(app);
+    // The engine logs through Qt's categories; a shell shows only warnings
+    // unless asked, so that standard error carries the user's errors.
+    if (!parser.isSet(verboseOption))
+        QLoggingCategory::setFilterRules(QStringLiteral("tessera.*.debug=false\ntessera.*.info=false"));
 
     QTextStream out(stdout);
     QTextStream err(stderr);
