@@ -1,6 +1,7 @@
 #include "platform/geometry/algorithms/GeosAdapter.h"
 
 #include <QLoggingCategory>
+#include <deque>
 #include <stdexcept>
 #include <string>
 
@@ -21,12 +22,44 @@ public:
         GEOSContext_setErrorMessageHandler_r(handle, &ThreadContext::onMessage, &lastError);
         GEOSContext_setNoticeMessageHandler_r(handle, &ThreadContext::onNotice, nullptr);
     }
-    ~ThreadContext() { GEOS_finish_r(handle); }
+    ~ThreadContext()
+    {
+        recent.clear();   // GEOS objects go before their context
+        GEOS_finish_r(handle);
+    }
     ThreadContext(const ThreadContext&) = delete;
     ThreadContext& operator=(const ThreadContext&) = delete;
 
+    // A geometry converted lately, kept while its source lives.
+    struct Recent {
+        std::weak_ptr<const Geometry> source;
+        const Geometry* key = nullptr;
+        GeosGeometry geometry;
+        GEOSPreparedGeometry* prepared = nullptr;
+        GEOSContextHandle_t context = nullptr;
+
+        Recent() = default;
+        Recent(Recent&& other) noexcept { *this = std::move(other); }
+        Recent& operator=(Recent&& other) noexcept
+        {
+            std::swap(source, other.source);
+            std::swap(key, other.key);
+            std::swap(geometry, other.geometry);
+            std::swap(prepared, other.prepared);
+            std::swap(context, other.context);
+            return *this;
+        }
+        ~Recent()
+        {
+            if (prepared)
+                GEOSPreparedGeom_destroy_r(context, prepared);
+        }
+    };
+    static constexpr std::size_t recentLimit = 4;
+
     GEOSContextHandle_t handle;
     std::string lastError;
+    std::deque<Recent> recent;   // most recently used first
 
 private:
     static void onMessage(const char* message, void* userdata)
@@ -48,6 +81,40 @@ ThreadContext& threadContext()
 } // namespace
 
 GeosAdapter::GeosAdapter() : ctx(threadContext().handle) {}
+
+GeosAdapter::Remembered GeosAdapter::remember(const ConstGeometryPtr& g) const
+{
+    ThreadContext& context = threadContext();
+    auto& recent = context.recent;
+    for (auto it = recent.begin(); it != recent.end(); ++it) {
+        if (it->key != g.get() || it->source.expired())
+            continue;
+        if (it != recent.begin()) {
+            ThreadContext::Recent hit = std::move(*it);
+            recent.erase(it);
+            recent.push_front(std::move(hit));
+        }
+        ThreadContext::Recent& entry = recent.front();
+        // Seen before: worth the index of a prepared geometry.
+        if (!entry.prepared) {
+            entry.prepared = const_cast<GEOSPreparedGeometry*>(GEOSPrepare_r(ctx, entry.geometry.get()));
+            if (!entry.prepared)
+                throw std::runtime_error("GEOS operation failed: " + lastError());
+        }
+        return {entry.geometry.get(), entry.prepared};
+    }
+
+    // First sight: convert, remember, and let the caller use the plain form.
+    ThreadContext::Recent entry;
+    entry.source = g;
+    entry.key = g.get();
+    entry.geometry = toGeos(g);
+    entry.context = ctx;
+    recent.push_front(std::move(entry));
+    if (recent.size() > ThreadContext::recentLimit)
+        recent.pop_back();
+    return {recent.front().geometry.get(), nullptr};
+}
 
 std::string GeosAdapter::lastError() const
 {

@@ -35,6 +35,16 @@ public:
     // checked. Throws std::runtime_error when GEOS refuses the coordinates.
     GeosGeometry toGeos(const ConstGeometryPtr& g) const;
 
+    // The GEOS form of g, kept per thread for the few geometries used last
+    // while g lives: a join tests one geometry against many in a row. From
+    // the second use on it comes prepared (indexed). Both pointers stay valid
+    // until the next remember() on this thread.
+    struct Remembered {
+        const GEOSGeometry* geometry;
+        const GEOSPreparedGeometry* prepared;   // null on first sight
+    };
+    Remembered remember(const ConstGeometryPtr& g) const;
+
     // A host geometry with the same parts (no coordinate system set).
     GeometryPtr fromGeos(const GEOSGeometry* g) const;
 

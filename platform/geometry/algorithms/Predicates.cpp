@@ -22,9 +22,10 @@ bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
     if (ga->isEmpty() || gb->isEmpty())
         return false;
     const GeosAdapter geos;
-    const GeosGeometry ea = geos.toGeos(ga);
     const GeosGeometry eb = geos.toGeos(gb);
-    return geos.check(GEOSIntersects_r(geos.handle(), ea.get(), eb.get()));
+    const auto ea = geos.remember(ga);
+    return geos.check(ea.prepared ? GEOSPreparedIntersects_r(geos.handle(), ea.prepared, eb.get())
+                                  : GEOSIntersects_r(geos.handle(), ea.geometry, eb.get()));
 }
 
 bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
@@ -33,9 +34,10 @@ bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
     if (ga->isEmpty() || gb->isEmpty())
         return false;
     const GeosAdapter geos;
-    const GeosGeometry ea = geos.toGeos(ga);
     const GeosGeometry eb = geos.toGeos(gb);
-    return geos.check(GEOSContains_r(geos.handle(), ea.get(), eb.get()));
+    const auto ea = geos.remember(ga);
+    return geos.check(ea.prepared ? GEOSPreparedContains_r(geos.handle(), ea.prepared, eb.get())
+                                  : GEOSContains_r(geos.handle(), ea.geometry, eb.get()));
 }
 
 bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
@@ -46,10 +48,11 @@ bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
     const GeosAdapter geos;
     const GeosGeometry eb = geos.toGeos(gb);
     const QPointF c = geos.centroid(eb.get());
-    const GeosGeometry ea = geos.toGeos(ga);
     const GeosGeometry point = geos.own(GEOSGeom_createPointFromXY_r(geos.handle(), c.x(), c.y()));
+    const auto ea = geos.remember(ga);
     // A centroid on a's boundary counts as held.
-    return geos.check(GEOSIntersects_r(geos.handle(), ea.get(), point.get()));
+    return geos.check(ea.prepared ? GEOSPreparedIntersects_r(geos.handle(), ea.prepared, point.get())
+                                  : GEOSIntersects_r(geos.handle(), ea.geometry, point.get()));
 }
 
 GeometryPtr NearestPoints(const ConstGeometryPtr& a, const ConstGeometryPtr& b)

@@ -229,3 +229,29 @@ TEST(Predicates, EmptyAndMissingOperands)
     EXPECT_TRUE(Intersects(a, both));
     EXPECT_FALSE(Contains(a, both));
 }
+
+// A geometry tested again and again (the outer side of a join) is answered
+// from its remembered, prepared GEOS form: the answers must not change, and a
+// new geometry at a freed one's address must not inherit its form.
+TEST(Predicates, RepeatedOperandGivesTheSameAnswers)
+{
+    const ConstGeometryPtr holder = donut();
+    const std::vector<std::pair<ConstGeometryPtr, bool>> probes = {
+        {point(1, 1), true}, {point(5, 5), false}, {square(1, 1, 9, 9), true},
+        {square(20, 20, 21, 21), false}, {line({{5, 5}, {5, 12}}), true}, {point(10, 5), true},
+    };
+    for (int round = 0; round < 3; ++round) {
+        for (const auto& [probe, intersects] : probes)
+            EXPECT_EQ(Intersects(holder, probe), intersects) << "round " << round;
+        EXPECT_TRUE(Contains(holder, point(1, 1)));
+        EXPECT_FALSE(Contains(holder, point(5, 5)));
+        EXPECT_FALSE(ContainsCentroid(holder, square(4, 4, 6, 6)));
+        EXPECT_TRUE(ContainsCentroid(holder, square(0, 0, 2, 2)));
+    }
+    for (int i = 0; i < 20; ++i) {
+        // Freed and reallocated shapes, likely at reused addresses.
+        const ConstGeometryPtr shape = i % 2 ? square(0, 0, 1, 1) : square(100, 100, 101, 101);
+        EXPECT_EQ(Intersects(shape, point(0.5, 0.5)), i % 2 == 1) << i;
+        EXPECT_EQ(Intersects(shape, point(0.5, 0.5)), i % 2 == 1) << i;
+    }
+}
