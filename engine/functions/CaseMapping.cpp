@@ -1,5 +1,7 @@
 #include "engine/functions/CaseMapping.h"
 
+#include "engine/functions/Utf8.h"
+
 #include <QChar>
 
 namespace tessera::engine {
@@ -29,45 +31,6 @@ long simpleCase(char32_t code, bool upper)
 }
 
 namespace {
-
-// Strict UTF-8: the code point at `text`, its byte count in `size`; -1 for
-// anything that is not a well-formed scalar value.
-long decode(const unsigned char* text, int length, int& size)
-{
-    const unsigned char c = text[0];
-    int extra = 0;
-    char32_t code = 0;
-    if (c < 0x80) {
-        size = 1;
-        return c;
-    }
-    if (c >= 0xC2 && c <= 0xDF) {
-        extra = 1;
-        code = c & 0x1F;
-    } else if (c >= 0xE0 && c <= 0xEF) {
-        extra = 2;
-        code = c & 0x0F;
-    } else if (c >= 0xF0 && c <= 0xF4) {
-        extra = 3;
-        code = c & 0x07;
-    } else {
-        return -1;
-    }
-    if (extra >= length)
-        return -1;
-    for (int k = 1; k <= extra; ++k) {
-        if ((text[k] & 0xC0) != 0x80)
-            return -1;
-        code = (code << 6) | (text[k] & 0x3F);
-    }
-    constexpr char32_t lowest[] = {0, 0x80, 0x800, 0x10000};
-    // U+FFFE and U+FFFF read as U+FFFD in SQLite's own conversion.
-    if (code < lowest[extra] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) || code == 0xFFFE
-        || code == 0xFFFF)
-        return -1;
-    size = extra + 1;
-    return long(code);
-}
 
 int encode(char32_t code, char* out)
 {
@@ -100,7 +63,7 @@ int mapCaseUtf8(const unsigned char* text, int length, bool upper, char* out, in
     int written = 0;
     for (int i = 0; i < length;) {
         int size = 0;
-        const long code = decode(text + i, length - i, size);
+        const long code = utf8::decode(text + i, length - i, size);
         if (code < 0)
             return -1;
         // ß is common enough in German text to spell out its full upper

@@ -1,5 +1,7 @@
 #include "engine/functions/LikeMatcher.h"
 
+#include "engine/functions/Utf8.h"
+
 #include <QVarLengthArray>
 
 namespace tessera::engine {
@@ -59,34 +61,12 @@ int decodeCharacter(const unsigned char* text, int length, int pos, short& chara
         character = lowerAscii(c);
         return 1;
     }
-    int extra = 0;
-    char32_t code = 0;
-    if (c >= 0xC2 && c <= 0xDF) {
-        extra = 1;
-        code = c & 0x1F;
-    } else if (c >= 0xE0 && c <= 0xEF) {
-        extra = 2;
-        code = c & 0x0F;
-    } else if (c >= 0xF0 && c <= 0xF4) {
-        extra = 3;
-        code = c & 0x07;
-    } else {
-        return 0;
-    }
-    if (pos + extra >= length)
-        return 0;
-    for (int k = 1; k <= extra; ++k) {
-        const unsigned char next = text[pos + k];
-        if ((next & 0xC0) != 0x80)
-            return 0;
-        code = (code << 6) | (next & 0x3F);
-    }
-    constexpr char32_t lowest[] = {0, 0x80, 0x800, 0x10000};
-    if (code < lowest[extra] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) || code == 0xFFFE
-        || code == 0xFFFF || code == 0x212A || code == 0x017F)
+    int size = 0;
+    const long code = utf8::decode(text + pos, length - pos, size);
+    if (code < 0 || code == 0x212A || code == 0x017F)
         return 0;
     character = other;
-    return extra + 1;
+    return size;
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "engine/functions/CaseMapping.h"
 #include "engine/functions/TextArgument.h"
+#include "engine/functions/Utf8.h"
 #include "engine/functions/ValueConversions.h"
 #include "engine/geometry/GeometryConversions.h"
 #include "platform/geometry/Geometry.h"
@@ -93,39 +94,18 @@ bool decodeUtf8(const unsigned char* text, int length, Buffer& units)
             ++i;
             continue;
         }
-        int extra = 0;
-        char32_t code = 0;
-        if (c >= 0xC2 && c <= 0xDF) {
-            extra = 1;
-            code = c & 0x1F;
-        } else if (c >= 0xE0 && c <= 0xEF) {
-            extra = 2;
-            code = c & 0x0F;
-        } else if (c >= 0xF0 && c <= 0xF4) {
-            extra = 3;
-            code = c & 0x07;
-        } else {
+        int size = 0;
+        const long decoded = utf8::decode(text + i, length - i, size);
+        if (decoded < 0)
             return false;
-        }
-        if (i + extra >= length)
-            return false;
-        for (int k = 1; k <= extra; ++k) {
-            const unsigned char next = text[i + k];
-            if ((next & 0xC0) != 0x80)
-                return false;
-            code = (code << 6) | (next & 0x3F);
-        }
-        constexpr char32_t lowest[] = {0, 0x80, 0x800, 0x10000};
-        if (code < lowest[extra] || code > 0x10FFFF || (code >= 0xD800 && code <= 0xDFFF) || code == 0xFFFE
-            || code == 0xFFFF)
-            return false;
+        const char32_t code = char32_t(decoded);
         if (QChar::requiresSurrogates(code)) {
             units.append(QChar::highSurrogate(code));
             units.append(QChar::lowSurrogate(code));
         } else {
             units.append(static_cast<ushort>(code));
         }
-        i += extra + 1;
+        i += size;
     }
     return true;
 }

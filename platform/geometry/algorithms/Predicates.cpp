@@ -15,8 +15,14 @@ Q_LOGGING_CATEGORY(lcPredicates, "tessera.geometry.predicates")
 
 namespace tessera::geometry {
 
-// Empty operands relate to nothing. GEOS compares envelopes first by itself.
-bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+namespace {
+
+using PreparedTest = char (*)(GEOSContextHandle_t, const GEOSPreparedGeometry*, const GEOSGeometry*);
+using PlainTest = char (*)(GEOSContextHandle_t, const GEOSGeometry*, const GEOSGeometry*);
+
+// a against b, with a's GEOS form remembered (a is the side a join repeats).
+// Empty operands relate to nothing; GEOS compares envelopes first by itself.
+bool relate(const ConstGeometryPtr& a, const ConstGeometryPtr& b, PreparedTest prepared, PlainTest plain)
 {
     const auto [ga, gb] = alignCoordSystems(a, b);
     if (ga->isEmpty() || gb->isEmpty())
@@ -24,20 +30,20 @@ bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
     const GeosAdapter geos;
     const GeosGeometry eb = geos.toGeos(gb);
     const auto ea = geos.remember(ga);
-    return geos.check(ea.prepared ? GEOSPreparedIntersects_r(geos.handle(), ea.prepared, eb.get())
-                                  : GEOSIntersects_r(geos.handle(), ea.geometry, eb.get()));
+    return geos.check(ea.prepared ? prepared(geos.handle(), ea.prepared, eb.get())
+                                  : plain(geos.handle(), ea.geometry, eb.get()));
+}
+
+} // namespace
+
+bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+{
+    return relate(a, b, &GEOSPreparedIntersects_r, &GEOSIntersects_r);
 }
 
 bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
-    const auto [ga, gb] = alignCoordSystems(a, b);
-    if (ga->isEmpty() || gb->isEmpty())
-        return false;
-    const GeosAdapter geos;
-    const GeosGeometry eb = geos.toGeos(gb);
-    const auto ea = geos.remember(ga);
-    return geos.check(ea.prepared ? GEOSPreparedContains_r(geos.handle(), ea.prepared, eb.get())
-                                  : GEOSContains_r(geos.handle(), ea.geometry, eb.get()));
+    return relate(a, b, &GEOSPreparedContains_r, &GEOSContains_r);
 }
 
 bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
