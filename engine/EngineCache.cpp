@@ -105,6 +105,10 @@ std::shared_ptr<cs::CoordSystem> EngineCache::get(const QByteArray& serialised)
         if (auto it = coordSysByBlob.find(serialised); it != coordSysByBlob.end())
             return it->second;
     }
+    // Bytes that cannot be a coordinate system (a SpatiaLite blob read as
+    // TesGeo blocks meets many) are answered without an entry in the map.
+    if (!serialization::mayHoldCoordSystem(serialised.constData(), serialised.size()))
+        return nullptr;
     std::shared_ptr<cs::CoordSystem> made;
     try {
         QDataStream stream(serialised);

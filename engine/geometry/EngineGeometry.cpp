@@ -45,7 +45,7 @@ QByteArray coordSystemPayload(const std::shared_ptr<cs::CoordSystem>& coordSyste
 }
 
 // Whether the payload can start a geometry archive: a non-empty class tag
-// (quint32 byte length, even, within the payload) and a version. Other bytes
+// (quint32 byte length, even, within the payload, ASCII) and a version. Other bytes
 // (a SpatiaLite blob read as blocks, say) would only make the archive throw,
 // and exceptions are far too slow for the per-row path.
 bool mayHoldGeometry(const QByteArray& payload)
@@ -54,7 +54,14 @@ bool mayHoldGeometry(const QByteArray& payload)
         return false;
     const auto* p = reinterpret_cast<const unsigned char*>(payload.constData());
     const quint32 tagBytes = (quint32(p[0]) << 24) | (quint32(p[1]) << 16) | (quint32(p[2]) << 8) | p[3];
-    return tagBytes != 0 && tagBytes % 2 == 0 && tagBytes <= quint32(payload.size() - 8);
+    if (tagBytes == 0 || tagBytes % 2 != 0 || tagBytes > quint32(payload.size() - 8))
+        return false;
+    // Class names are printable ASCII (big-endian UTF-16 units).
+    for (quint32 k = 0; k < tagBytes; k += 2) {
+        if (p[4 + k] != 0 || p[5 + k] <= 0x20 || p[5 + k] >= 0x7F)
+            return false;
+    }
+    return true;
 }
 
 std::shared_ptr<geometry::Geometry> readGeometry(const QByteArray& payload)
@@ -74,6 +81,8 @@ std::shared_ptr<geometry::Geometry> readGeometry(const QByteArray& payload)
 
 std::shared_ptr<cs::CoordSystem> readCoordSystem(const QByteArray& payload)
 {
+    if (!serialization::mayHoldCoordSystem(payload.constData(), payload.size()))
+        return nullptr;
     try {
         QDataStream stream(payload);
         serialization::BinaryInputArchive archive(stream);
@@ -136,41 +145,41 @@ QByteArray EngineGeometry::serialize(const std::shared_ptr<geometry::Geometry>& 
 
 EngineGeometry EngineGeometry::deserialize(const QByteArray& blob, const CoordSystemResolver& resolveCoordSystem)
 {
-    QDataStream stream(blob);
+    // Read straight from the bytes: every value that is not a TesGeo blob
+    // (SpatiaLite blobs above all) is walked through here byte by byte, so
+    // a stream device per byte would dominate the cost of every function.
+    const auto* bytes = reinterpret_cast<const unsigned char*>(blob.constData());
+    const qint64 size = blob.size();
+    qint64 pos = 0;
     std::shared_ptr<geometry::Geometry> geo;
     std::shared_ptr<cs::CoordSystem> crs;
-    QByteArray buffer;
 
-    while (!stream.atEnd()) {
-        quint8 header = 0;
-        if (stream.readRawData(reinterpret_cast<char*>(&header), 1) == 1 && header <= maxHeader) {
+    while (pos < size) {
+        const quint8 header = bytes[pos++];
+        if (header <= maxHeader) {
             const int n = (header & 3) + 1;
-            unsigned char lengthField[4] = {0, 0, 0, 0};
-            if (stream.readRawData(reinterpret_cast<char*>(lengthField), n) != n)
+            if (size - pos < n)
                 break;   // cut inside the length: nothing more to read
             quint32 length = 0;
             for (int i = n - 1; i >= 0; --i)
-                length = (length << 8) | lengthField[i];
-            // A length beyond the remaining bytes is a short read; checking
-            // first keeps a corrupt length from allocating gigabytes.
-            const qint64 remaining = blob.size() - stream.device()->pos();
-            if (static_cast<qint64>(length) > remaining)
+                length = (length << 8) | bytes[pos + i];
+            pos += n;
+            // A length beyond the remaining bytes is a short read.
+            if (static_cast<qint64>(length) > size - pos)
                 break;
-            buffer.resize(static_cast<int>(length));
-            if (length > 0 && stream.readRawData(buffer.data(), static_cast<int>(length)) != static_cast<int>(length))
-                break;
+            const char* payloadData = blob.constData() + pos;
+            pos += length;
 
             if ((header >> 2) == CoordSystemBlock) {
                 if (!crs) {
-                    crs = resolveCoordSystem(buffer.constData(), buffer.size());
+                    crs = resolveCoordSystem(payloadData, static_cast<int>(length));
                     if (!crs)
-                        crs = readCoordSystem(buffer);
-                    buffer.clear();
+                        crs = readCoordSystem(QByteArray::fromRawData(payloadData, static_cast<int>(length)));
                     if (crs && geo)
                         geo->setCoordSystem(crs);
                 }
             } else if (!geo) {
-                geo = readGeometry(buffer);
+                geo = readGeometry(QByteArray::fromRawData(payloadData, static_cast<int>(length)));
                 if (geo && !geo->coordSystem())
                     geo->setCoordSystem(crs);
             }

@@ -56,4 +56,10 @@ void load(InputArchive& archive, std::shared_ptr<cs::CoordSystem>& coordSystem, 
     }
 }
 
+bool mayHoldCoordSystem(const char* data, int size)
+{
+    const auto* p = reinterpret_cast<const unsigned char*>(data);
+    return size >= 5 && p[0] == 0 && p[1] == 0 && p[2] == 0 && p[3] == 0 && p[4] <= Wkt;
+}
+
 } // namespace tessera::serialization

@@ -11,4 +11,9 @@ void save(OutputArchive& archive, const std::shared_ptr<cs::CoordSystem>& coordS
 // Throws Error for malformed bytes or a system PROJ cannot make.
 void load(InputArchive& archive, std::shared_ptr<cs::CoordSystem>& coordSystem, quint32 version);
 
+// Whether `data` can be a version 0 followed by a saved coordinate system (a
+// cheap look at the version and the tag). False means loading it would throw;
+// readers of untrusted bytes ask first, since exceptions are slow.
+bool mayHoldCoordSystem(const char* data, int size);
+
 } // namespace tessera::serialization

@@ -38,7 +38,8 @@ public:
     // The GEOS form of g, kept per thread for the few geometries used last
     // while g lives: a join tests one geometry against many in a row. From
     // the second use on it comes prepared (indexed). Both pointers stay valid
-    // until the next remember() on this thread.
+    // until the entry falls out of the last four remembered on this thread:
+    // two remember() calls in one predicate are safe.
     struct Remembered {
         const GEOSGeometry* geometry;
         const GEOSPreparedGeometry* prepared;   // null on first sight

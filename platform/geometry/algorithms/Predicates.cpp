@@ -38,7 +38,18 @@ bool relate(const ConstGeometryPtr& a, const ConstGeometryPtr& b, PreparedTest p
 
 bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
-    return relate(a, b, &GEOSPreparedIntersects_r, &GEOSIntersects_r);
+    const auto [ga, gb] = alignCoordSystems(a, b);
+    if (ga->isEmpty() || gb->isEmpty())
+        return false;
+    // Symmetric: whichever side a join repeats can be the prepared one.
+    const GeosAdapter geos;
+    const auto ea = geos.remember(ga);
+    const auto eb = geos.remember(gb);
+    if (ea.prepared)
+        return geos.check(GEOSPreparedIntersects_r(geos.handle(), ea.prepared, eb.geometry));
+    if (eb.prepared)
+        return geos.check(GEOSPreparedIntersects_r(geos.handle(), eb.prepared, ea.geometry));
+    return geos.check(GEOSIntersects_r(geos.handle(), ea.geometry, eb.geometry));
 }
 
 bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b)

@@ -71,3 +71,20 @@ TEST(CoordSystemArchive, RejectsBadBytes)
     for (int cut = 0; cut < full.size(); ++cut)
         EXPECT_THROW(read(full.left(cut)), Error) << cut;
 }
+
+TEST(CoordSystemArchive, QuickShapeCheckAcceptsEverySavedForm)
+{
+    auto* factory = cs::CoordSysFactory::defaultCoordSysFactory();
+    const QByteArray version(4, '\0');
+    const auto custom = factory->createFromTaggedString(QStringLiteral("+proj=merc +lon_0=10 +ellps=GRS80 +units=m +no_defs"));
+    ASSERT_TRUE(custom);
+    for (const auto& system : {std::shared_ptr<cs::CoordSystem>(), factory->createFromEpsg(4326), custom}) {
+        const QByteArray bytes = version + write(system);
+        EXPECT_TRUE(mayHoldCoordSystem(bytes.constData(), bytes.size()));
+    }
+    // What the check refuses would make loading throw.
+    for (const QByteArray& bad : {QByteArray(), QByteArray::fromHex("00000000"), QByteArray::fromHex("0000000103"),
+                                  QByteArray::fromHex("0000000003"), QByteArray::fromHex("01000000e6100000")}) {
+        EXPECT_FALSE(mayHoldCoordSystem(bad.constData(), bad.size())) << bad.toHex().toStdString();
+    }
+}
