@@ -109,11 +109,13 @@ TEST(Compare, IsATotalOrderOverMixedValues)
             for (const QVariant& c : values) {
                 const int bc = sgn(compare(b, c));
                 const int ac = sgn(compare(a, c));
-                if (ab <= 0 && bc <= 0)
+                if (ab <= 0 && bc <= 0) {
                     ASSERT_LE(ac, 0) << a.toString().toStdString() << " " << b.toString().toStdString() << " "
                                      << c.toString().toStdString();
-                if (ab == 0 && bc == 0)
+                }
+                if (ab == 0 && bc == 0) {
                     ASSERT_EQ(ac, 0);
+                }
             }
         }
     }
