@@ -19,8 +19,9 @@ public:
     // Nested parentheses, sub-queries and prefix operators deeper than this
     // are refused, so that a hostile text cannot exhaust the stack.
     static constexpr int maxNesting = 256;
-    // Height limit of the tree (long operator chains build deep trees too).
-    static constexpr int maxHeight = 2000;
+    // Height limit of the tree (long operator chains build deep trees too);
+    // string builders walk the tree recursively and must fit a 1 MB stack.
+    static constexpr int maxHeight = 1000;
 
     // A null context gives an unbound parser: every operator is accepted and
     // function calls are numbered from the whole catalogue.

@@ -128,7 +128,8 @@ TEST(Predicates, NearestPointsRunFromAToB)
     const GeometryPtr back = NearestPoints(point(5, 0.5), square(0, 0, 1, 1));
     EXPECT_EQ(static_cast<const LineString&>(*back).points().front(), QPointF(5, 0.5));
     // Shapes that meet: both points are the same.
-    const auto& meet = static_cast<const LineString&>(*NearestPoints(square(0, 0, 2, 2), point(1, 1))).points();
+    const GeometryPtr meetLine = NearestPoints(square(0, 0, 2, 2), point(1, 1));
+    const QVector<QPointF>& meet = static_cast<const LineString&>(*meetLine).points();
     EXPECT_EQ(meet[0], meet[1]);
     EXPECT_FALSE(NearestPoints(square(0, 0, 1, 1), std::make_shared<Polygon>()));
 }
