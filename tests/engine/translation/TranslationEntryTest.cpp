@@ -111,7 +111,7 @@ TEST_F(TranslationEntryTest, deepTextsAreTranslatedOrRefused)
         nestedTranslated = translateQuery(&runtime, "Select " + subqueries, nestedQueries, false)
             && translateQuery(&runtime, calls, nestedCalls, true);
     });
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     worker->setStackSize(16 * 1024 * 1024);
 #else
     worker->setStackSize(1024 * 1024);

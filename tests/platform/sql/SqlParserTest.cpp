@@ -45,10 +45,10 @@ std::shared_ptr<ParseError> refusal(const std::string& text)
 
 // The stack of the worker in the deep-nesting test: 1 MB, the smallest main
 // thread stack of a desktop system; sanitizers inflate frames severalfold.
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 constexpr unsigned stackForDeepTexts = 8 * 1024 * 1024;
 #elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
 constexpr unsigned stackForDeepTexts = 8 * 1024 * 1024;
 #else
 constexpr unsigned stackForDeepTexts = 1024 * 1024;

@@ -368,7 +368,7 @@ TEST(SqlStringBuilderTest, deepTreesAreBuilt)
         chain += " - 1";
     std::string sql;
     QThread* worker = QThread::create([&] { sql = build(chain); });
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     worker->setStackSize(16 * 1024 * 1024);
 #else
     worker->setStackSize(1024 * 1024);
