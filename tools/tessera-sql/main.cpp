@@ -111,10 +111,10 @@ int main(int argc, char* argv[])
 
     try {
         Shell shell(options);
-        for (const QString& spec : parser.values(openOption)) {
-            const int eq = spec.lastIndexOf('=');
-            const QString path = eq > 0 ? spec.left(eq) : spec;
-            const QString name = eq > 0 ? spec.mid(eq + 1) : QString();
+        for (const QString& opening : parser.values(openOption)) {
+            const int eq = opening.lastIndexOf('=');
+            const QString path = eq > 0 ? opening.left(eq) : opening;
+            const QString name = eq > 0 ? opening.mid(eq + 1) : QString();
             QString error;
             if (!shell.openFile(path, name, error)) {
                 err << "error: " << error << '\n';
