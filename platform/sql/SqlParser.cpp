@@ -565,33 +565,33 @@ private:
             op.spelling = "Similar To";
             return op;
         }
+        // The predicates that "Not" may precede.
+        static const struct {
+            const wchar_t* word;
+            Infix::Shape shape;
+            OperationCode code;
+            OperationCode negatedCode;
+            const char* spelling;
+            const char* negatedSpelling;
+        } predicates[] = {
+            {L"like", Infix::Like, OperationCode::Like, OperationCode::NotLike, "Like", "Not Like"},
+            {L"glob", Infix::Like, OperationCode::Glob, OperationCode::NotGlob, "Glob", "Not Glob"},
+            {L"regexp", Infix::Like, OperationCode::Regexp, OperationCode::NotRegexp, "Regexp", "Not Regexp"},
+            {L"between", Infix::Between, OperationCode::Between, OperationCode::NotBetween, "Between", "Not Between"},
+            {L"in", Infix::In, OperationCode::In, OperationCode::NotIn, "In", "Not In"},
+        };
         const bool negated = word == L"not";
         const std::wstring predicate = negated ? (peek(1).kind == TokenKind::Word ? lower(peek(1)) : std::wstring()) : word;
-        op.words = negated ? 2 : 1;
-        if (predicate == L"like") {
-            op.shape = Infix::Like;
-            op.code = negated ? OperationCode::NotLike : OperationCode::Like;
-            op.spelling = negated ? "Not Like" : "Like";
-        } else if (predicate == L"glob") {
-            op.shape = Infix::Like;
-            op.code = negated ? OperationCode::NotGlob : OperationCode::Glob;
-            op.spelling = negated ? "Not Glob" : "Glob";
-        } else if (predicate == L"regexp") {
-            op.shape = Infix::Like;
-            op.code = negated ? OperationCode::NotRegexp : OperationCode::Regexp;
-            op.spelling = negated ? "Not Regexp" : "Regexp";
-        } else if (predicate == L"between") {
-            op.shape = Infix::Between;
-            op.code = negated ? OperationCode::NotBetween : OperationCode::Between;
-            op.spelling = negated ? "Not Between" : "Between";
-        } else if (predicate == L"in") {
-            op.shape = Infix::In;
-            op.code = negated ? OperationCode::NotIn : OperationCode::In;
-            op.spelling = negated ? "Not In" : "In";
-        } else {
-            return {};
+        for (const auto& p : predicates) {
+            if (predicate != p.word)
+                continue;
+            op.words = negated ? 2 : 1;
+            op.shape = p.shape;
+            op.code = negated ? p.negatedCode : p.code;
+            op.spelling = negated ? p.negatedSpelling : p.spelling;
+            return op;
         }
-        return op;
+        return {};
     }
 
     NodePtr expression() { return climb(OrLevel); }
