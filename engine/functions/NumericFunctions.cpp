@@ -43,29 +43,28 @@ bool bothInteger(sqlite3_value** argv)
     return isInteger(argv[0]) && isInteger(argv[1]);
 }
 
-// Reads two numbers; false (and a NULL result) if either is not numeric.
-bool readDoubles(sqlite3_context* context, sqlite3_value** argv, double& a, double& b)
+// Reads two numbers with `read`; false (and a NULL result) if either is not numeric.
+template <class T, class Read>
+bool readPair(sqlite3_context* context, sqlite3_value** argv, Read read, T& a, T& b)
 {
     bool okA = false;
     bool okB = false;
-    a = toDouble(argv[0], &okA);
-    b = toDouble(argv[1], &okB);
+    a = read(argv[0], &okA);
+    b = read(argv[1], &okB);
     if (okA && okB)
         return true;
     sqlite3_result_null(context);
     return false;
 }
 
+bool readDoubles(sqlite3_context* context, sqlite3_value** argv, double& a, double& b)
+{
+    return readPair(context, argv, &toDouble, a, b);
+}
+
 bool readInt64s(sqlite3_context* context, sqlite3_value** argv, std::int64_t& a, std::int64_t& b)
 {
-    bool okA = false;
-    bool okB = false;
-    a = toInt64(argv[0], &okA);
-    b = toInt64(argv[1], &okB);
-    if (okA && okB)
-        return true;
-    sqlite3_result_null(context);
-    return false;
+    return readPair(context, argv, [](sqlite3_value* v, bool* ok) -> std::int64_t { return toInt64(v, ok); }, a, b);
 }
 
 // floor(x) as a 64-bit integer; false when it does not fit.

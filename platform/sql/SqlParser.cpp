@@ -526,22 +526,25 @@ private:
         if (t.kind != TokenKind::Word)
             return {};
         const std::wstring& word = lower(t);
-        if (word == L"or")
-            return plain(OrLevel, OperationCode::Or, "Or");
-        if (word == L"and")
-            return plain(AndLevel, OperationCode::And, "And");
-        if (word == L"xor")
-            return plain(AndLevel, OperationCode::Xor, "Xor");
-        if (word == L"div")
-            return plain(MultiplicativeLevel, OperationCode::IntDivide, "Div");
-        if (word == L"mod")
-            return plain(MultiplicativeLevel, OperationCode::Mod, "Mod");
-        if (word == L"overlaps")
-            return plain(ComparisonLevel, OperationCode::Overlaps, "Overlaps");
-        if (word == L"intersects")
-            return plain(SpatialLevel, OperationCode::Intersects, "Intersects");
-        if (word == L"within")
-            return plain(SpatialLevel, OperationCode::Within, "Within");
+        // Operators spelt as one word.
+        static const struct {
+            const wchar_t* word;
+            int level;
+            OperationCode code;
+            const char* spelling;
+        } words[] = {
+            {L"or", OrLevel, OperationCode::Or, "Or"},
+            {L"and", AndLevel, OperationCode::And, "And"},
+            {L"xor", AndLevel, OperationCode::Xor, "Xor"},
+            {L"div", MultiplicativeLevel, OperationCode::IntDivide, "Div"},
+            {L"mod", MultiplicativeLevel, OperationCode::Mod, "Mod"},
+            {L"overlaps", ComparisonLevel, OperationCode::Overlaps, "Overlaps"},
+            {L"intersects", SpatialLevel, OperationCode::Intersects, "Intersects"},
+            {L"within", SpatialLevel, OperationCode::Within, "Within"},
+        };
+        for (const auto& w : words)
+            if (word == w.word)
+                return plain(w.level, w.code, w.spelling);
         if (word == L"partly" && isWord(L"within", 1))
             return plain(SpatialLevel, OperationCode::PartlyWithin, "Partly Within", 2);
         if (word == L"entirely" && isWord(L"within", 1))
