@@ -125,44 +125,49 @@ double areaInMetres(CalcMode mode, const ConstGeometryPtr& g)
     return sum;
 }
 
-double minDistanceInMetres(CalcMode mode, const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+// Two geometries in one coordinate system and one model, in GEOS as well.
+struct FramedPair {
+    CalcMode mode;
+    MeasureFrame fa, fb;
+    GeosAdapter geos;
+    GeosGeometry ea, eb;
+
+    FramedPair(CalcMode requested, const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+    {
+        requireGeometry(a);
+        requireGeometry(b);
+        const auto [ga, gb] = alignCoordSystems(a, b);
+        mode = resolve(requested, ga);
+        fa = frameFor(mode, ga);
+        fb = frameFor(mode, gb);
+        ea = geos.toGeos(fa.geometry);
+        eb = geos.toGeos(fb.geometry);
+    }
+};
+
+double minDistanceInMetres(CalcMode requested, const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
-    requireGeometry(a);
-    requireGeometry(b);
-    const auto [ga, gb] = alignCoordSystems(a, b);
-    mode = resolve(mode, ga);
-    const MeasureFrame fa = frameFor(mode, ga);
-    const MeasureFrame fb = frameFor(mode, gb);
-    const GeosAdapter geos;
-    const GeosGeometry ea = geos.toGeos(fa.geometry);
-    const GeosGeometry eb = geos.toGeos(fb.geometry);
-    if (mode == CalcMode::Cartesian) {
-        if (GEOSisEmpty_r(geos.handle(), ea.get()) == 1 || GEOSisEmpty_r(geos.handle(), eb.get()) == 1)
+    const FramedPair p(requested, a, b);
+    const GEOSContextHandle_t handle = p.geos.handle();
+    if (p.mode == CalcMode::Cartesian) {
+        if (GEOSisEmpty_r(handle, p.ea.get()) == 1 || GEOSisEmpty_r(handle, p.eb.get()) == 1)
             throw std::invalid_argument("No distance to an empty geometry");
         double d = 0.0;
-        if (!GEOSDistance_r(geos.handle(), ea.get(), eb.get(), &d))
-            throw std::runtime_error("GEOS distance failed: " + geos.lastError());
-        return d * fa.unitInMetres;
+        if (!GEOSDistance_r(handle, p.ea.get(), p.eb.get(), &d))
+            throw std::runtime_error("GEOS distance failed: " + p.geos.lastError());
+        return d * p.fa.unitInMetres;
     }
     // On the earth: the pair closest in degrees, refined along geodesic edges.
-    const auto [pa, pb] = geos.nearestPoints(ea.get(), eb.get());
-    const auto model = modelFor(mode, fa);
-    const Ellipsoid surface = mode == CalcMode::Spherical ? Ellipsoid{sphereRadius, 0.0} : fa.ellipsoid;
-    return GeodesicNearest(*model, surface).distance(*fa.geometry, *fb.geometry, pa, pb);
+    const auto [pa, pb] = p.geos.nearestPoints(p.ea.get(), p.eb.get());
+    const auto model = modelFor(p.mode, p.fa);
+    const Ellipsoid surface = p.mode == CalcMode::Spherical ? Ellipsoid{sphereRadius, 0.0} : p.fa.ellipsoid;
+    return GeodesicNearest(*model, surface).distance(*p.fa.geometry, *p.fb.geometry, pa, pb);
 }
 
-double centroidDistanceInMetres(CalcMode mode, const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+double centroidDistanceInMetres(CalcMode requested, const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
-    requireGeometry(a);
-    requireGeometry(b);
-    const auto [ga, gb] = alignCoordSystems(a, b);
-    mode = resolve(mode, ga);
-    const MeasureFrame fa = frameFor(mode, ga);
-    const MeasureFrame fb = frameFor(mode, gb);
-    const GeosAdapter geos;
-    const GeosGeometry ea = geos.toGeos(fa.geometry);
-    const GeosGeometry eb = geos.toGeos(fb.geometry);
-    return modelFor(mode, fa)->distance(geos.centroid(ea.get()), geos.centroid(eb.get()));
+    const FramedPair p(requested, a, b);
+    return modelFor(p.mode, p.fa)->distance(p.geos.centroid(p.ea.get()), p.geos.centroid(p.eb.get()));
 }
 
 } // namespace
