@@ -38,11 +38,6 @@ bool isInteger(sqlite3_value* value)
     return sqlite3_value_type(value) == SQLITE_INTEGER;
 }
 
-bool bothInteger(sqlite3_value** argv)
-{
-    return isInteger(argv[0]) && isInteger(argv[1]);
-}
-
 // Reads two numbers with `read`; false (and a NULL result) if either is not numeric.
 template <class T, class Read>
 bool readPair(sqlite3_context* context, sqlite3_value** argv, Read read, T& a, T& b)
@@ -62,9 +57,57 @@ bool readDoubles(sqlite3_context* context, sqlite3_value** argv, double& a, doub
     return readPair(context, argv, &toDouble, a, b);
 }
 
-bool readInt64s(sqlite3_context* context, sqlite3_value** argv, std::int64_t& a, std::int64_t& b)
+// One operand of an operator chain: an integer or a real (a read integer
+// carries its real value too, as the mixed paths read it).
+struct Operand {
+    bool isInteger = false;
+    std::int64_t integer = 0;
+    double real = 0;
+};
+
+Operand integerOperand(std::int64_t value)
 {
-    return readPair(context, argv, [](sqlite3_value* v, bool* ok) -> std::int64_t { return toInt64(v, ok); }, a, b);
+    return {true, value, static_cast<double>(value)};
+}
+
+Operand realOperand(double value)
+{
+    return {false, 0, value};
+}
+
+bool readOperand(sqlite3_value* value, Operand& out)
+{
+    bool ok = false;
+    if (isInteger(value))
+        out = integerOperand(toInt64(value, &ok));
+    else
+        out = realOperand(toDouble(value, &ok));
+    return ok;
+}
+
+// The translator writes a chain a / b / c as one call divide(a, b, c): the
+// operands are combined from the left by `step`, exactly as nested calls of
+// two arguments would be. A non-numeric operand gives NULL; `step` returns
+// an error text or null.
+template <class Step>
+void foldChain(sqlite3_context* context, int argc, sqlite3_value** argv, Step step)
+{
+    if (argc < 2)
+        return error(context, "Two or more arguments expected");
+    Operand accumulated;
+    if (!readOperand(argv[0], accumulated))
+        return sqlite3_result_null(context);
+    for (int k = 1; k < argc; ++k) {
+        Operand next;
+        if (!readOperand(argv[k], next))
+            return sqlite3_result_null(context);
+        if (const char* failure = step(accumulated, next))
+            return error(context, failure);
+    }
+    if (accumulated.isInteger)
+        sqlite3_result_int64(context, accumulated.integer);
+    else
+        sqlite3_result_double(context, accumulated.real);
 }
 
 // floor(x) as a 64-bit integer; false when it does not fit.
@@ -78,84 +121,70 @@ bool floorToInt64(double x, std::int64_t& result)
 
 } // namespace
 
-void divide(sqlite3_context* context, int, sqlite3_value** argv)
+void divide(sqlite3_context* context, int argc, sqlite3_value** argv)
 {
-    double a = 0;
-    double b = 0;
-    if (!readDoubles(context, argv, a, b))
-        return;
-    const double r = a / b;
-    if (!isFinite(r))
-        return error(context, divisionByZero);
-    sqlite3_result_double(context, r);
+    foldChain(context, argc, argv, [](Operand& a, const Operand& b) -> const char* {
+        const double r = a.real / b.real;
+        if (!isFinite(r))
+            return divisionByZero;
+        a = realOperand(r);
+        return nullptr;
+    });
 }
 
-void quotient(sqlite3_context* context, int, sqlite3_value** argv)
+void quotient(sqlite3_context* context, int argc, sqlite3_value** argv)
 {
-    if (bothInteger(argv)) {
-        std::int64_t a = 0;
-        std::int64_t b = 0;
-        if (!readInt64s(context, argv, a, b))
-            return;
-        if (b == 0)
-            return error(context, divisionByZero);
-        // The one quotient of two 64-bit integers that does not fit: the user
-        // gets the overflow error that the real path gives for it too.
-        if (a == int64Min && b == -1)
-            return error(context, integerOverflow);
-        return sqlite3_result_int64(context, a / b);
-    }
-    double a = 0;
-    double b = 0;
-    if (!readDoubles(context, argv, a, b))
-        return;
-    const double q = a / b;
-    if (!isFinite(q))
-        return error(context, divisionByZero);
-    // 2^63 itself is out of range as well: it has no 64-bit integer.
-    std::int64_t result = 0;
-    if (!floorToInt64(q, result))
-        return error(context, integerOverflow);
-    sqlite3_result_int64(context, result);
+    foldChain(context, argc, argv, [](Operand& a, const Operand& b) -> const char* {
+        if (a.isInteger && b.isInteger) {
+            if (b.integer == 0)
+                return divisionByZero;
+            // The one quotient of two 64-bit integers that does not fit: the
+            // user gets the overflow error that the real path gives for it too.
+            if (a.integer == int64Min && b.integer == -1)
+                return integerOverflow;
+            a = integerOperand(a.integer / b.integer);
+            return nullptr;
+        }
+        const double q = a.real / b.real;
+        if (!isFinite(q))
+            return divisionByZero;
+        // 2^63 itself is out of range as well: it has no 64-bit integer.
+        std::int64_t result = 0;
+        if (!floorToInt64(q, result))
+            return integerOverflow;
+        a = integerOperand(result);
+        return nullptr;
+    });
 }
 
-void modulo(sqlite3_context* context, int, sqlite3_value** argv)
+void modulo(sqlite3_context* context, int argc, sqlite3_value** argv)
 {
-    if (bothInteger(argv)) {
-        std::int64_t a = 0;
-        std::int64_t b = 0;
-        if (!readInt64s(context, argv, a, b))
-            return;
-        if (b == 0)
-            return error(context, divisionByZero);
-        // Every integer is a multiple of -1; this also keeps INT64_MIN % -1,
-        // which the processor traps on, well defined.
-        if (b == -1)
-            return sqlite3_result_int64(context, 0);
-        return sqlite3_result_int64(context, a % b);
-    }
-    double a = 0;
-    double b = 0;
-    if (!readDoubles(context, argv, a, b))
-        return;
-    const double r = std::fmod(a, b);
-    if (!isFinite(r))
-        return error(context, divisionByZero);
-    sqlite3_result_double(context, r);
+    foldChain(context, argc, argv, [](Operand& a, const Operand& b) -> const char* {
+        if (a.isInteger && b.isInteger) {
+            if (b.integer == 0)
+                return divisionByZero;
+            // Every integer is a multiple of -1; this also keeps INT64_MIN % -1,
+            // which the processor traps on, well defined.
+            a = integerOperand(b.integer == -1 ? 0 : a.integer % b.integer);
+            return nullptr;
+        }
+        const double r = std::fmod(a.real, b.real);
+        if (!isFinite(r))
+            return divisionByZero;
+        a = realOperand(r);
+        return nullptr;
+    });
 }
 
-void power(sqlite3_context* context, int, sqlite3_value** argv)
+void power(sqlite3_context* context, int argc, sqlite3_value** argv)
 {
-    bool okA = false;
-    bool okB = false;
-    const double a = toDouble(argv[0], &okA);
-    const double b = isInteger(argv[1]) ? static_cast<double>(toInt64(argv[1], &okB)) : toDouble(argv[1], &okB);
-    if (!okA || !okB)
-        return sqlite3_result_null(context);
-    const double r = std::pow(a, b);
-    if (!isFinite(r))
-        return error(context, powerOverflow);
-    sqlite3_result_double(context, r);
+    foldChain(context, argc, argv, [](Operand& a, const Operand& b) -> const char* {
+        const double r = std::pow(a.real, b.real);
+        if (!isFinite(r))
+            return powerOverflow;
+        a = realOperand(r);
+        return nullptr;
+    });
 }
 
 void sqrt(sqlite3_context* context, int, sqlite3_value** argv)
@@ -248,20 +277,14 @@ void roundBy(sqlite3_context* context, int argc, sqlite3_value** argv)
     sqlite3_result_double(context, utils::getRound(x, static_cast<int>(digits)));
 }
 
-void xorLogical(sqlite3_context* context, int, sqlite3_value** argv)
+void xorLogical(sqlite3_context* context, int argc, sqlite3_value** argv)
 {
-    if (bothInteger(argv)) {
-        std::int64_t a = 0;
-        std::int64_t b = 0;
-        if (readInt64s(context, argv, a, b))
-            sqlite3_result_int(context, (a != 0) != (b != 0) ? 1 : 0);
-        return;
-    }
-    double a = 0;
-    double b = 0;
     // NaN is not equal to 0, so it counts as true.
-    if (readDoubles(context, argv, a, b))
-        sqlite3_result_int(context, (a != 0) != (b != 0) ? 1 : 0);
+    auto truth = [](const Operand& x) { return x.isInteger ? x.integer != 0 : x.real != 0; };
+    foldChain(context, argc, argv, [&truth](Operand& a, const Operand& b) -> const char* {
+        a = integerOperand(truth(a) != truth(b) ? 1 : 0);
+        return nullptr;
+    });
 }
 
 namespace WtAvg {

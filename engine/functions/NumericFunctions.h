@@ -9,6 +9,9 @@
 
 namespace tessera::engine {
 
+// The operator functions (divide, quotient, modulo, involution, xor) take two
+// or more arguments: f(a, b, c) is f(f(a, b), c), so that a long chain of one
+// operator is a single call.
 // divide(a, b): real a / b.
 void divide(sqlite3_context* context, int argc, sqlite3_value** argv);
 // quotient(a, b): integer division, truncating for two integers, flooring otherwise.

@@ -15,6 +15,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -376,47 +377,91 @@ void capitalizeUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
     resultText16(ctx, s);
 }
 
-void concatUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)
+namespace {
+
+bool isNumeric(int type)
 {
-    const int typeA = sqlite3_value_type(argv[0]);
-    const int typeB = sqlite3_value_type(argv[1]);
-    if (typeA == SQLITE_NULL || typeB == SQLITE_NULL) {
-        sqlite3_result_null(ctx);
+    return type == SQLITE_INTEGER || type == SQLITE_FLOAT;
+}
+
+// A real as SQLite writes it as text (its own rendering, which differs
+// between SQLite versions), so that a sum continued by a text reads as the
+// nested calls did.
+QString realAsText(sqlite3_context* ctx, double value)
+{
+    sqlite3_stmt* raw = nullptr;
+    sqlite3_prepare_v2(sqlite3_context_db_handle(ctx), "Select Cast(?1 As Text)", -1, &raw, nullptr);
+    const std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement(raw, &sqlite3_finalize);
+    if (!statement || sqlite3_bind_double(raw, 1, value) != SQLITE_OK || sqlite3_step(raw) != SQLITE_ROW)
+        return QString::number(value, 'g', 15);
+    return QString(static_cast<const QChar*>(sqlite3_column_text16(raw, 0)), sqlite3_column_bytes16(raw, 0) / 2);
+}
+
+} // namespace
+
+void concatUTF16(sqlite3_context* ctx, int argc, sqlite3_value** argv)
+{
+    if (argc < 2) {
+        sqlite3_result_error(ctx, "Two or more arguments expected", -1);
         return;
     }
-    const bool numericA = typeA == SQLITE_INTEGER || typeA == SQLITE_FLOAT;
-    const bool numericB = typeB == SQLITE_INTEGER || typeB == SQLITE_FLOAT;
-    if (typeA == SQLITE_INTEGER && typeB == SQLITE_INTEGER) {
-        const qint64 a = toInt64(argv[0]);
-        const qint64 b = toInt64(argv[1]);
-        constexpr qint64 max = std::numeric_limits<qint64>::max();
-        constexpr qint64 min = std::numeric_limits<qint64>::min();
-        if ((b > 0 && a > max - b) || (b < 0 && a < min - b)) {
-            // Out of the integer range: the sum is promoted to a real.
-            sqlite3_result_double(ctx, static_cast<double>(a) + static_cast<double>(b));
-            return;
-        }
-        sqlite3_result_int64(ctx, a + b);
-        return;
-    }
-    if (numericA && numericB) {
-        bool okA = false;
-        bool okB = false;
-        const double a = toDouble(argv[0], &okA);
-        const double b = toDouble(argv[1], &okB);
-        if (!okA || !okB) {
+    // concat(a, b, c) is concat(concat(a, b), c): numbers are added from the
+    // left while both sides are numbers; from the first text on, the rest is
+    // joined as text. Any NULL makes the result NULL.
+    int type = sqlite3_value_type(argv[0]);
+    qint64 integer = 0;
+    double real = 0;
+    if (type == SQLITE_INTEGER)
+        integer = toInt64(argv[0]);
+    else if (type == SQLITE_FLOAT)
+        real = toDouble(argv[0]);
+    int k = 1;
+    for (; k < argc; ++k) {
+        const int typeB = sqlite3_value_type(argv[k]);
+        if (type == SQLITE_NULL || typeB == SQLITE_NULL) {
             sqlite3_result_null(ctx);
             return;
         }
-        const double sum = a + b;
+        if (!isNumeric(type) || !isNumeric(typeB))
+            break;
+        if (type == SQLITE_INTEGER && typeB == SQLITE_INTEGER) {
+            const qint64 b = toInt64(argv[k]);
+            constexpr qint64 max = std::numeric_limits<qint64>::max();
+            constexpr qint64 min = std::numeric_limits<qint64>::min();
+            if ((b > 0 && integer > max - b) || (b < 0 && integer < min - b)) {
+                // Out of the integer range: the sum is promoted to a real.
+                type = SQLITE_FLOAT;
+                real = static_cast<double>(integer) + static_cast<double>(b);
+            } else {
+                integer += b;
+            }
+            continue;
+        }
+        const double a = type == SQLITE_INTEGER ? static_cast<double>(integer) : real;
+        const double sum = a + toDouble(argv[k]);
         if (!(std::fabs(sum) <= std::numeric_limits<double>::max())) {
             sqlite3_result_error(ctx, "Sum overflow.", -1);
             return;
         }
-        sqlite3_result_double(ctx, sum);
+        type = SQLITE_FLOAT;
+        real = sum;
+    }
+    if (k == argc) {
+        if (type == SQLITE_INTEGER)
+            sqlite3_result_int64(ctx, integer);
+        else
+            sqlite3_result_double(ctx, real);
         return;
     }
-    resultText16(ctx, toQString(argv[0]) + toQString(argv[1]));
+    QString text = k == 1 ? toQString(argv[0]) : (type == SQLITE_INTEGER ? QString::number(integer) : realAsText(ctx, real));
+    for (; k < argc; ++k) {
+        if (sqlite3_value_type(argv[k]) == SQLITE_NULL) {
+            sqlite3_result_null(ctx);
+            return;
+        }
+        text += toQString(argv[k]);
+    }
+    resultText16(ctx, text);
 }
 
 void space(sqlite3_context* ctx, int, sqlite3_value** argv)

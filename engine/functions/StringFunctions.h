@@ -24,6 +24,8 @@ void right_utf16(sqlite3_context* ctx, int argc, sqlite3_value** argv);
 void midUTF16(sqlite3_context* ctx, int argc, sqlite3_value** argv);
 void valUTF8(sqlite3_context* ctx, int argc, sqlite3_value** argv);
 void capitalizeUTF16(sqlite3_context* ctx, int argc, sqlite3_value** argv);
+// concat(a, b, ...): the dialect's +, adding numbers and joining texts, from
+// the left.
 void concatUTF16(sqlite3_context* ctx, int argc, sqlite3_value** argv);
 void space(sqlite3_context* ctx, int argc, sqlite3_value** argv);
 void repeat(sqlite3_context* ctx, int argc, sqlite3_value** argv);

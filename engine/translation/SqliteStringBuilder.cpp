@@ -15,6 +15,9 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <limits>
+
 namespace tessera::engine {
 
 Q_LOGGING_CATEGORY(lcTranslation, "tessera.translation")
@@ -53,6 +56,42 @@ bool isCollated(OperationCode code)
     return value > 0 && value < 27 && ((0x7ee01e0 >> value) & 1) != 0;
 }
 
+// Whether `node` continues a chain of the operator `code` that folds into
+// one call (the spatial operators compare, they do not chain).
+bool chainsWith(const NodePtr& node, OperationCode code)
+{
+    const Operation* operation = nodeAs<Operation>(node);
+    if (!operation || operation->unary() || operation->code() != code || !operation->left() || !operation->right())
+        return false;
+    switch (code) {
+    case OperationCode::Xor:
+    case OperationCode::Plus:
+    case OperationCode::Divide:
+    case OperationCode::IntDivide:
+    case OperationCode::Mod:
+    case OperationCode::Power:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isExplicitCollation(const NodePtr& node)
+{
+    const Operation* operation = nodeAs<Operation>(node);
+    return operation && !operation->unary() && operation->code() == OperationCode::Collate;
+}
+
+// Whether the user wrote a Collate on an operand of the comparison (or a
+// bound of its range); that collation must decide, not the appended one.
+bool hasExplicitCollation(const Operation& node)
+{
+    if (isExplicitCollation(node.left()) || isExplicitCollation(node.right()))
+        return true;
+    const Range* range = nodeAs<Range>(node.right());
+    return range && (isExplicitCollation(range->low()) || isExplicitCollation(range->high()));
+}
+
 std::wstring renamedFunction(const std::wstring& lowered, const std::wstring& name)
 {
     if (lowered == L"area" || lowered == L"perimeter" || lowered == L"distance")
@@ -64,6 +103,14 @@ std::wstring renamedFunction(const std::wstring& lowered, const std::wstring& na
     if (lowered == L"left" || lowered == L"right")
         return name + L"$";
     return {};
+}
+
+// "line L, column C: " when the place is known, as the parser writes it.
+std::string placeText(int line, int column)
+{
+    if (line <= 0)
+        return {};
+    return "line " + std::to_string(line) + ", column " + std::to_string(column) + ": ";
 }
 
 std::size_t countBefore(const std::wstring& text, const std::wstring& what, std::size_t limit)
@@ -145,8 +192,11 @@ void SqliteStringBuilder::addErrors(const std::vector<std::shared_ptr<sql::SqlSy
 
 void SqliteStringBuilder::addTranslateErrors()
 {
-    for (const QString& name : unsupported)
-        errorList.push_back(std::make_shared<sql::UnknownFunction>(name));
+    for (const QString& name : unsupported) {
+        const auto place = unsupportedPlaces.find(name);
+        const auto [line, column] = place == unsupportedPlaces.end() ? std::pair<int, int>() : place->second;
+        errorList.push_back(std::make_shared<sql::UnknownFunction>(name, line, column));
+    }
 }
 
 // ---- query assembly -------------------------------------------------------------
@@ -174,6 +224,28 @@ void SqliteStringBuilder::visit(const Delete& node)
     sql::SqlStringBuilder::visit(node);
 }
 
+void SqliteStringBuilder::visit(const DerivedColumn& node)
+{
+    allowingRowNumber([&] { sql::SqlStringBuilder::visit(node); });
+}
+
+void SqliteStringBuilder::visit(const SortSpecification& node)
+{
+    allowingRowNumber([&] { sql::SqlStringBuilder::visit(node); });
+}
+
+void SqliteStringBuilder::allowingRowNumber(const std::function<void()>& visit)
+{
+    if (scopes.empty())
+        return visit();
+    // By index: sub-queries of the visit push scopes and may move the stack.
+    const std::size_t at = scopes.size() - 1;
+    const bool before = scopes[at].rowNumberAllowed;
+    scopes[at].rowNumberAllowed = true;
+    visit();
+    scopes[at].rowNumberAllowed = before;
+}
+
 std::wstring SqliteStringBuilder::constructSelect(std::wstring a, std::wstring b, std::wstring c, std::wstring d)
 {
     if (scopes.size() == 1)
@@ -184,6 +256,8 @@ std::wstring SqliteStringBuilder::constructSelect(std::wstring a, std::wstring b
 void SqliteStringBuilder::onFrom(std::wstring& text)
 {
     fromLength = text.size();
+    if (!scopes.empty())
+        scopes.back().from = text;
 }
 
 void SqliteStringBuilder::onWhere(std::wstring& text)
@@ -197,7 +271,17 @@ void SqliteStringBuilder::onWhere(std::wstring& text)
         ids += std::to_wstring(id) + L",";
     ids.back() = L')';
 
-    const wchar_t* connector = text.size() > fromLength ? L" And " : L" Where ";
+    const wchar_t* connector = L" Where ";
+    if (text.size() > fromLength) {
+        // The user's condition stays whole: "a = 1 Or a = 2 And s.rowid In
+        // (...)" would filter only the second alternative.
+        static const std::wstring where = L" Where ";
+        if (text.compare(fromLength, where.size(), where) == 0) {
+            text.insert(fromLength + where.size(), L"(");
+            text += L")";
+        }
+        connector = L" And ";
+    }
     for (const std::wstring& alias : scopes.back().aliases) {
         text += connector;
         text += identifier(alias) + L".rowid In (" + ids;
@@ -221,6 +305,8 @@ void SqliteStringBuilder::visit(const TablePrimary& node)
 {
     if (!isSelectionName(node.name())) {
         recordDependency(node.name(), node.alias());
+        if (!scopes.empty())
+            scopes.back().sources.push_back(node.alias().empty() ? node.name() : node.alias());
         sql::SqlStringBuilder::visit(node);
         return;
     }
@@ -241,7 +327,16 @@ void SqliteStringBuilder::visit(const TablePrimary& node)
         scopes.back().aliases.insert(alias);
     idUsed = true;
     recordDependency(name, alias);
+    if (!scopes.empty())
+        scopes.back().sources.push_back(alias.empty() ? name : alias);
     sql::SqlStringBuilder::visit(TablePrimary(name, alias));
+}
+
+void SqliteStringBuilder::visit(const DerivedTable& node)
+{
+    sql::SqlStringBuilder::visit(node);
+    if (!scopes.empty())
+        scopes.back().sources.push_back(node.alias());
 }
 
 void SqliteStringBuilder::visit(const ColumnReference& node)
@@ -331,21 +426,16 @@ std::vector<SqliteStringBuilder::ResultColumn> SqliteStringBuilder::resultColumn
     const int count = sqlite3_column_count(statement);
     for (int i = 0; i < count; ++i) {
         const char* origin = sqlite3_column_origin_name(statement, i);
-        const QString name = origin ? QString::fromLatin1(origin) : QString();
+        const QString name = origin ? QString::fromUtf8(origin) : QString();
         if (name.isEmpty())
-            columns.push_back({record.fieldName(i), false});
+            columns.push_back({record.fieldName(i), record.fieldName(i)});
         else
-            columns.push_back({name, true});
+            columns.push_back({name, record.fieldName(i)});
     }
     return columns;
 }
 
 // ---- literals, operations and functions ---------------------------------------------
-
-void SqliteStringBuilder::visit(const String& node)
-{
-    push(sql::escape(node.text(), L'"'));
-}
 
 int SqliteStringBuilder::precedence(const Node& node) const
 {
@@ -374,13 +464,10 @@ void SqliteStringBuilder::visit(const Operation& node)
 {
     const wchar_t* function = node.unary() ? nullptr : rewriteFunction(node.code());
     if (function && node.left() && node.right()) {
-        const std::wstring right = textOf(node.right());
-        doVisit(*node.left());
-        std::wstring& left = top();
-        left = function + (L"((" + left + L"),(" + right + L"))");
+        push(function + (L"(" + chainArguments(node) + L")"));
         return;
     }
-    if (!collation.isEmpty() && isCollated(node.code())) {
+    if (!collation.isEmpty() && isCollated(node.code()) && !hasExplicitCollation(node)) {
         const std::wstring suffix = L" Collate " + collation.toStdWString();
         processOperation(node, [&suffix](std::wstring& text) -> std::wstring& { return text += suffix; });
         return;
@@ -388,19 +475,45 @@ void SqliteStringBuilder::visit(const Operation& node)
     processOperation(node);
 }
 
+std::wstring SqliteStringBuilder::chainArguments(const Operation& node)
+{
+    // A left-leaning chain of one operator (a + b + c reads as (a + b) + c)
+    // becomes one call with every operand, which the engine's function folds
+    // from the left. Nested calls would exhaust SQLite's parser stack after
+    // a few dozen operands. Arguments need no parentheses of their own.
+    std::vector<const Operation*> chain{&node};
+    while (chainsWith(chain.back()->left(), node.code()))
+        chain.push_back(nodeAs<Operation>(chain.back()->left()));
+    std::wstring text = textOf(chain.back()->left());
+    for (auto link = chain.rbegin(); link != chain.rend(); ++link)
+        text += L", " + textOf((*link)->right());
+    return text;
+}
+
 void SqliteStringBuilder::visit(const Function& node)
 {
     const std::wstring lowered = sql::toLowercase(node.name());
     if (lowered == L"rownum") {
+        // SQLite allows a window function only in a query's select list (and
+        // its ordering, where rownum is refused later). Elsewhere SQLite's
+        // "misuse of window function" would not say what is wrong.
+        if (!scopes.empty() && !scopes.back().rowNumberAllowed) {
+            qCDebug(lcTranslation) << "rownum outside a select list";
+            errorList.push_back(std::make_shared<sql::TranslationError>(
+                placeText(node.line(), node.column())
+                + "rownum may stand only in the select list of a query, not in Where, Group By, Having, "
+                  "a join condition, an Update or a Delete"));
+        }
         push(L"row_number() Over (" + orderById().toStdWString() + L")");
         return;
     }
     const QString name = QString::fromStdWString(node.name());
-    if (!whiteList.empty() && !whiteList.count(name)) {
-        qCDebug(lcTranslation) << "function not allowed:" << name;
-        unsupported.insert(name);
-    }
     const std::wstring renamed = renamedFunction(lowered, node.name());
+    if (!whiteList.empty() && !whiteList.count(name) && (renamed.empty() || !whiteList.count(QString::fromStdWString(renamed)))) {
+        qCDebug(lcTranslation) << "function not allowed:" << name;
+        if (unsupported.insert(name).second)
+            unsupportedPlaces.emplace(name, std::make_pair(node.line(), node.column()));
+    }
     if (renamed.empty())
         sql::SqlStringBuilder::visit(node);
     else
@@ -432,8 +545,10 @@ void SqliteStringBuilder::correctRowNumber(const QuerySpecification& spec)
         if (!sort)
             continue;
         std::wstring term;
-        if (!isIndex(*sort, spec.selectList(), queryText, term) && !isAlias(*sort, spec.selectList(), term))
-            term = textOf(SortSpecification(sort->key(), sort->ascending(), sort->nullsOrdering()));
+        allowingRowNumber([&] {
+            if (!isIndex(*sort, spec.selectList(), queryText, term) && !isAlias(*sort, spec.selectList(), term))
+                term = textOf(SortSpecification(sort->key(), sort->ascending(), sort->nullsOrdering()));
+        });
         if (term.find(placeholder) != std::wstring::npos) {
             qCDebug(lcTranslation) << "rownum ordered by rownum";
             errorList.push_back(std::make_shared<sql::CustomSqlError<sql::SqlSemanticError, sql::OrderByRowNumberType>>());
@@ -454,15 +569,28 @@ void SqliteStringBuilder::correctRowNumber(const QuerySpecification& spec)
     push(std::move(text));
 }
 
-bool SqliteStringBuilder::isIndex(const SortSpecification& spec, const NodeList& selectList, const QString& queryText,
+bool SqliteStringBuilder::isIndex(const SortSpecification& spec, const NodeList& selectList, const QString& /*queryText*/,
                                   std::wstring& out)
 {
     const Number* number = nodeAs<Number>(spec.key());
     if (!number || number->kind() != Number::Integer)
         return false;
-    // Out of the int range this throws std::out_of_range, on purpose: such a
-    // position is no position.
-    const int position = std::stoi(number->text());
+    // A position is a small decimal number; anything beyond the int range
+    // (where std::stoi would throw) is reported, not thrown.
+    const std::wstring& digits = number->text();
+    int position = 0;
+    for (const wchar_t c : digits) {
+        if (c < L'0' || c > L'9')
+            return false;
+        if (position > (std::numeric_limits<int>::max() - (c - L'0')) / 10) {
+            qCDebug(lcTranslation) << "ordering position out of range";
+            errorList.push_back(std::make_shared<sql::TranslationError>(
+                "the Order By position " + QString::fromStdWString(digits).toStdString()
+                + " is out of range: a position counts the items of the select list, from 1"));
+            return false;
+        }
+        position = position * 10 + (c - L'0');
+    }
     if (position < 1)
         return false;
 
@@ -477,16 +605,50 @@ bool SqliteStringBuilder::isIndex(const SortSpecification& spec, const NodeList&
         const DerivedColumn* column = nodeAs<DerivedColumn>(item);
         out = column ? textOf(column->expression()) : textOf(item);
     } else {
-        // A table column is named; an expression column is known by its
-        // text, which reads as the same expression again.
-        const std::vector<ResultColumn> columns = resultColumns(queryText);
-        if (static_cast<std::size_t>(position) > columns.size())
+        const std::vector<std::wstring> terms = selectedTerms(selectList);
+        if (static_cast<std::size_t>(position) > terms.size())
             return false;
-        const ResultColumn& column = columns[static_cast<std::size_t>(position) - 1];
-        out = column.fromTable ? identifier(column.name.toStdWString()) : column.name.toStdWString();
+        out = terms[static_cast<std::size_t>(position) - 1];
     }
     out += sortSuffix(spec.ascending(), spec.nullsOrdering());
     return true;
+}
+
+std::vector<std::wstring> SqliteStringBuilder::selectedTerms(const NodeList& selectList)
+{
+    // An asterisk stands for the columns of each source in From order; each
+    // is named with its source, so that a self-join is not ambiguous. A
+    // derived table without a name can only be named by column.
+    const Scope& scope = scopes.back();
+    const std::vector<std::wstring> sources = scope.sources;
+    const QString from = QString::fromStdWString(scope.from);
+    const bool qualifiable = std::none_of(sources.begin(), sources.end(), [](const std::wstring& s) { return s.empty(); });
+    std::vector<std::wstring> terms;
+    auto expand = [&](const std::wstring& starText) {
+        const std::wstring prefix = starText.substr(0, starText.size() - 1); // "q." or ""
+        const std::vector<ResultColumn> columns = resultColumns(QStringLiteral("Select ") + QString::fromStdWString(starText) + from);
+        for (const ResultColumn& column : columns)
+            terms.push_back(prefix + identifier(column.field.toStdWString()));
+        return !columns.empty();
+    };
+    for (const NodePtr& item : selectList) {
+        const QualifiedAsterisk* star = nodeAs<QualifiedAsterisk>(item);
+        if (!star) {
+            const DerivedColumn* column = nodeAs<DerivedColumn>(item);
+            terms.push_back(column ? textOf(column->expression()) : textOf(item));
+            continue;
+        }
+        bool expanded = true;
+        if (!star->qualifier().empty() || !qualifiable) {
+            expanded = expand(textOf(item));
+        } else {
+            for (const std::wstring& source : sources)
+                expanded = expand(identifier(source) + L".*") && expanded;
+        }
+        if (!expanded)
+            return {};
+    }
+    return terms;
 }
 
 bool SqliteStringBuilder::isAlias(const SortSpecification& spec, const NodeList& selectList, std::wstring& out)

@@ -17,6 +17,8 @@
 #include <QUuid>
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -86,8 +88,10 @@ public:
     void visit(const sql::ast::Function& node) override;
     void visit(const sql::ast::Operation& node) override;
     void visit(const sql::ast::QuerySpecification& node) override;
-    void visit(const sql::ast::String& node) override;
+    void visit(const sql::ast::DerivedColumn& node) override;
+    void visit(const sql::ast::SortSpecification& node) override;
     void visit(const sql::ast::TablePrimary& node) override;
+    void visit(const sql::ast::DerivedTable& node) override;
     void visit(const sql::ast::Update& node) override;
     void visit(const sql::ast::Delete& node) override;
 
@@ -127,17 +131,26 @@ private:
         std::set<std::wstring> aliases; // names of the selection in this query's From
         QUuid id = QUuid::createUuid();
         bool query; // a query specification, not the target of an Update or Delete
+        bool rowNumberAllowed = false; // in a select item or a sort key of this query
+        std::vector<std::wstring> sources; // the From's names (alias or table), in order
+        std::wstring from;                 // the From part's text
     };
     class ScopeGuard;
     struct ResultColumn {
-        QString name;
-        bool fromTable; // the origin column of a table, not an expression
+        QString name;   // the origin column's name, else the column's own
+        QString field;  // the column's own name
     };
     std::vector<ResultColumn> resultColumns(const QString& sqliteQuery);
+    // The texts of the columns that the select list yields, each an
+    // expression a window ordering can use; empty when SQLite rejects one.
+    std::vector<std::wstring> selectedTerms(const sql::ast::NodeList& selectList);
 
     bool isSelectionName(const std::wstring& name) const;
     bool isOutermost() const { return scopes.size() <= 1; }
     void recordDependency(const std::wstring& name, const std::wstring& alias);
+    std::wstring chainArguments(const sql::ast::Operation& node);
+    // Runs `visit` with rownum allowed in the innermost query.
+    void allowingRowNumber(const std::function<void()>& visit);
 
     std::wstring selectionName; // lower case
     QSqlDatabase database;
@@ -150,6 +163,7 @@ private:
     std::vector<NamePair> primaryList;
     NameSet whiteList;
     NameSet unsupported;
+    std::map<QString, std::pair<int, int>, caseInsensitiveLess> unsupportedPlaces; // (line, column) of the first call
     std::vector<NamePair> columnList;
     std::vector<Scope> scopes;
     std::set<std::int64_t> selectionIds;

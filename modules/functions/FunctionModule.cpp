@@ -25,13 +25,14 @@ constexpr int Volatile = SQLITE_UTF8;
 // and matching families, under its dialect name. Functions whose result
 // depends on the clock or the current locale are not deterministic.
 const FunctionEntry textAndNumberFunctions[] = {
-    // Operators the translator rewrites into calls.
-    {"concat", 2, Pure, concatUTF16},
-    {"xor", 2, Pure, xorLogical},
-    {"divide", 2, Pure, divide},
-    {"quotient", 2, Pure, quotient},
-    {"modulo", 2, Pure, modulo},
-    {"involution", 2, Pure, power},
+    // Operators the translator rewrites into calls; two or more arguments,
+    // so that a chain of one operator is one call.
+    {"concat", -1, Pure, concatUTF16},
+    {"xor", -1, Pure, xorLogical},
+    {"divide", -1, Pure, divide},
+    {"quotient", -1, Pure, quotient},
+    {"modulo", -1, Pure, modulo},
+    {"involution", -1, Pure, power},
 
     // Text.
     {"chr", 1, Pure, charUTF16},

@@ -17,6 +17,7 @@ enum SqlErrorType : int {
     UnexpectedParseResultType = 2,
     UnknownFunctionType = 3,
     SelectionTableIsAbsentType = 4,
+    TranslationErrorType = 5,
     OrderByRowNumberType = 26,
 };
 
@@ -96,11 +97,28 @@ public:
 };
 
 // A function that does not exist or is not allowed; the message is its name.
+// The place of its first call is known when the tree came from the parser.
 class UnknownFunction : public SqlSemanticError {
 public:
     explicit UnknownFunction(const std::wstring& name) : SqlSemanticError(QString::fromStdWString(name).toStdString()) {}
-    explicit UnknownFunction(const QString& name) : SqlSemanticError(name.toStdString()) {}
+    explicit UnknownFunction(const QString& name, int line = 0, int column = 0)
+        : SqlSemanticError(name.toStdString()), lineNo(line), columnNo(column)
+    {
+    }
     int errorType() const override { return UnknownFunctionType; }
+    int line() const { return lineNo; }     // 1-based; 0 when unknown
+    int column() const { return columnNo; } // 1-based; 0 when unknown
+
+private:
+    int lineNo = 0;
+    int columnNo = 0;
+};
+
+// A construct that parses but cannot be translated; the message says why.
+class TranslationError : public SqlSemanticError {
+public:
+    explicit TranslationError(std::string message) : SqlSemanticError(std::move(message)) {}
+    int errorType() const override { return TranslationErrorType; }
 };
 
 // The query reads the selection while there is no (or an empty) selection.

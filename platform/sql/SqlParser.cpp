@@ -781,16 +781,22 @@ private:
     NodePtr nameExpression()
     {
         const Token first = next();
-        if (peek().isSymbol(L"("))
-            return functionCall(first.text);
+        if (peek().isSymbol(L"(")) {
+            auto call = functionCall(first.text);
+            call->setPosition(first.line, first.column);
+            return call;
+        }
         if (peek().isSymbol(L".")) {
             next();
             if (peek().kind != TokenKind::Word && peek().kind != TokenKind::QuotedIdentifier)
                 fail("a column name");
             return make<ColumnReference>(first.text, next().text);
         }
-        if (first.kind == TokenKind::Word && lower(first) == L"rownum")
-            return make<Function>(first.text, Function::NoParentheses, attribute(first.text), NodeList());
+        if (first.kind == TokenKind::Word && lower(first) == L"rownum") {
+            auto call = make<Function>(first.text, Function::NoParentheses, attribute(first.text), NodeList());
+            call->setPosition(first.line, first.column);
+            return call;
+        }
         return make<ColumnReference>(std::wstring(), first.text);
     }
 
@@ -800,7 +806,7 @@ private:
         return static_cast<std::int32_t>(value);
     }
 
-    NodePtr functionCall(const std::wstring& functionName)
+    std::shared_ptr<Function> functionCall(const std::wstring& functionName)
     {
         Nesting guard(*this);
         expectSymbol(L"(");

@@ -97,13 +97,28 @@ public:
     // The row-number pseudo function, written rownum or rownum().
     bool isRowNumber() const;
     // The same call under another name.
-    Function renamed(std::wstring newName) const { return Function(std::move(newName), fflags, attr, arguments); }
+    Function renamed(std::wstring newName) const
+    {
+        Function copy(std::move(newName), fflags, attr, arguments);
+        copy.setPosition(lineNo, columnNo);
+        return copy;
+    }
+    // Where the parser read the name (1-based); 0 for a call made in code.
+    int line() const { return lineNo; }
+    int column() const { return columnNo; }
+    void setPosition(int line, int column)
+    {
+        lineNo = line;
+        columnNo = column;
+    }
 
 private:
     std::wstring fname;
     std::uint8_t fflags;
     std::int32_t attr;
     NodeList arguments;
+    int lineNo = 0;
+    int columnNo = 0;
 };
 
 class ColumnReference : public Expression {

@@ -10,8 +10,15 @@ QString describeError(const sql::SqlError& error)
 {
     const QString text = QString::fromUtf8(error.what());
     switch (error.errorType()) {
-    case sql::UnknownFunctionType:
+    case sql::UnknownFunctionType: {
+        const auto* unknown = dynamic_cast<const sql::UnknownFunction*>(&error);
+        if (unknown && unknown->line() > 0)
+            return QStringLiteral("line %1, column %2: unknown or disallowed function: %3")
+                .arg(unknown->line())
+                .arg(unknown->column())
+                .arg(text);
         return QStringLiteral("unknown or disallowed function: %1").arg(text);
+    }
     case sql::SelectionTableIsAbsentType:
         return QStringLiteral("the query reads the Selection table, but nothing is selected");
     case sql::OrderByRowNumberType:

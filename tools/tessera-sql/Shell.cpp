@@ -56,16 +56,36 @@ bool Shell::openFile(const QString& path, const QString& name, QString& error)
     return importTable(*d->engine, path, name, error);
 }
 
+namespace {
+
+// The functions a statement may call: every function registered on the
+// engine connection, so that a misspelt name is refused with its place
+// before SQLite sees it. Read on each use, since loading a module adds
+// functions. (To be replaced by the engine's own function set.)
+engine::SqliteStringBuilder::NameSet functionWhiteList(Engine& engine)
+{
+    engine::SqliteStringBuilder::NameSet names;
+    QSqlQuery query(engine.engineDatabase());
+    query.setForwardOnly(true);
+    if (query.exec(QStringLiteral("Pragma function_list")))
+        while (query.next())
+            names.insert(query.value(0).toString());
+    return names;
+}
+
+} // namespace
+
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
 {
     engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
+    builder.setWhiteList(functionWhiteList(*d->engine));
     try {
         if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
             sqlite = sql::fromSqlString(builder.query());
             return true;
         }
     } catch (const std::exception& e) {
-        // An Order By position beyond the integer range escapes the translator.
+        // The translator reports its errors as values; this is a last guard.
         error = QString::fromUtf8(e.what());
         return false;
     }
@@ -82,6 +102,16 @@ bool Shell::translate(const QString& statement, QString& sqlite, QString& error)
 
 bool Shell::runScript(const QString& script, QTextStream& out, QTextStream& err)
 {
+    // SQLite and the parser would stop reading at a NUL: the rest of the
+    // script would be lost without a word. A script with one is refused whole.
+    const int nul = script.indexOf(QChar(0));
+    if (nul >= 0) {
+        const int line = script.leftRef(nul).count(QLatin1Char('\n')) + 1;
+        const int column = nul - script.lastIndexOf(QLatin1Char('\n'), nul);
+        err << "error: line " << line << ", column " << column << ": NUL character in the script; nothing was run\n";
+        err.flush();
+        return false;
+    }
     for (const QString& statement : splitStatements(script))
         if (!runStatement(statement, out, err))
             return false;

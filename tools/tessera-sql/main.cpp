@@ -24,7 +24,10 @@ bool readFile(const QString& path, QString& text, QTextStream& err)
         err << "error: cannot read " << path << ": " << file.errorString() << '\n';
         return false;
     }
-    text = QString::fromUtf8(file.readAll());
+    // With its size: Qt's plain overload stops at a NUL byte, which would
+    // cut the script short without a word (runScript refuses such a script).
+    const QByteArray data = file.readAll();
+    text = QString::fromUtf8(data.constData(), data.size());
     return true;
 }
 

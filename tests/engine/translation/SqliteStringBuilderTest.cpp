@@ -114,7 +114,7 @@ TEST_F(SqliteStringBuilderTest, selectionBecomesARowIdFilter)
     SqliteStringBuilder withWhere = makeBuilder();
     withWhere.setSelection(selectionOf({"f1", "f3"}), &cache);
     sql = translate(withWhere, "Select s.a From Selection s Where s.a > 1");
-    EXPECT_EQ(sql, "Select s.a From t As s Where s.a > 1 Collate Locale And s.rowid In (1,3)");
+    EXPECT_EQ(sql, "Select s.a From t As s Where (s.a > 1 Collate Locale) And s.rowid In (1,3)");
     EXPECT_EQ(rows(sql), (Rows{"3"}));
 
     // Two unnamed references get two aliases, both filtered; a qualified
@@ -143,6 +143,23 @@ TEST_F(SqliteStringBuilderTest, selectionBecomesARowIdFilter)
     EXPECT_EQ(sql.find("rowid"), sql.rfind("rowid"));
     EXPECT_EQ(rows(sql), (Rows{"one", "three"}));
     EXPECT_EQ(translate(nested, "Select a From t"), "Select a From t");
+}
+
+TEST_F(SqliteStringBuilderTest, selectionFilterKeepsTheConditionWhole)
+{
+    // Rows 3 and 7 are selected; rows 1 and 2 (a = 1, a = 2) are not.
+    for (int i = 5; i < 8; ++i)
+        cache.assignIdToInt(dp::FeatureId(QStringLiteral("f%1").arg(i)));
+    SqliteStringBuilder select = makeBuilder();
+    select.setSelection(selectionOf({"f3", "f7"}), &cache);
+    const std::string sql = translate(select, "Select a From Selection s Where a = 1 Or a = 2");
+    EXPECT_EQ(sql, "Select a From t As s Where (a = 1 Collate Locale Or a = 2 Collate Locale) And s.rowid In (3,7)");
+    EXPECT_EQ(rows(sql), Rows{});
+
+    SqliteStringBuilder remove = makeBuilder();
+    remove.setSelection(selectionOf({"f3", "f7"}), &cache);
+    exec(translate(remove, "Delete From Selection Where a = 1 Or a = 2"));
+    EXPECT_EQ(rows("Select a From t"), (Rows{"1", "2", "3", "4"}));
 }
 
 TEST_F(SqliteStringBuilderTest, selectionInChangingStatements)
@@ -211,32 +228,40 @@ TEST_F(SqliteStringBuilderTest, dependenciesAndPrimaries)
 TEST_F(SqliteStringBuilderTest, operatorsBecomeEngineFunctions)
 {
     const std::vector<std::pair<std::string, std::string>> cases = {
-        {"a Xor b", "xor((a),(b))"},
-        {"(a Xor b) / c", "divide((xor((a),(b))),(c))"},
-        {"a + b * 2", "concat((a),(b * 2))"},
-        {"a \\ b", "quotient((a),(b))"},
-        {"a Div b", "quotient((a),(b))"},
-        {"a Mod b", "modulo((a),(b))"},
-        {"a ^ -b", "involution((a),(-b))"},
-        {"a Contains b", "ContainsCentroid((a),(b))"},
-        {"a Contains Part b", "GeometryIntersects((a),(b))"},
-        {"a Intersects b", "GeometryIntersects((a),(b))"},
-        {"a Partly Within b", "GeometryIntersects((a),(b))"},
-        {"a Contains Entire b", "GeometryContains((a),(b))"},
-        {"a Within b", "CentroidWithin((a),(b))"},
-        {"a Entirely Within b", "GeometryWithin((a),(b))"},
-        {"obj Intersects t.obj", "GeometryIntersects((" + geo + "),(t." + geo + "))"},
-        {"-(a + b)", "-concat((a),(b))"},
+        {"a Xor b", "xor(a, b)"},
+        {"(a Xor b) / c", "divide(xor(a, b), c)"},
+        {"a + b * 2", "concat(a, b * 2)"},
+        {"a \\ b", "quotient(a, b)"},
+        {"a Div b", "quotient(a, b)"},
+        {"a Mod b", "modulo(a, b)"},
+        {"a ^ -b", "involution(a, -b)"},
+        {"a Contains b", "ContainsCentroid(a, b)"},
+        {"a Contains Part b", "GeometryIntersects(a, b)"},
+        {"a Intersects b", "GeometryIntersects(a, b)"},
+        {"a Partly Within b", "GeometryIntersects(a, b)"},
+        {"a Contains Entire b", "GeometryContains(a, b)"},
+        {"a Within b", "CentroidWithin(a, b)"},
+        {"a Entirely Within b", "GeometryWithin(a, b)"},
+        {"obj Intersects t.obj", "GeometryIntersects(" + geo + ", t." + geo + ")"},
+        {"-(a + b)", "-concat(a, b)"},
         {"(a - b) * c", "(a - b) * c"},
-        {"a & b & \"c\"", "a || b || \"c\""},
+        {"a & b & \"c\"", "a || b || 'c'"},
         {"Unknown", "NULL"},
         {"True Or False", "True Or False"},
-        {"'it''s' & \"say \"\"hi\"\"\"", "\"it's\" || \"say \"\"hi\"\"\""},
-        {"a Regexp \"x\"", "a Regexp \"x\""},
-        {"a Not Glob \"x\"", "a Not Glob \"x\""},
+        {"'it''s' & \"say \"\"hi\"\"\"", "'it''s' || 'say \"hi\"'"},
+        {"a Regexp \"x\"", "a Regexp 'x'"},
+        {"a Not Glob \"x\"", "a Not Glob 'x'"},
         {"a Is Not b", "a Is Not b"},
         {"a Is Null", "a Is Null"},
         {"a Collate NoCase", "a Collate NoCase"},
+        // A left-leaning chain of one operator is one call; others nest.
+        {"a + b + c - d + e", "concat(concat(a, b, c) - d, e)"},
+        {"a / b / c * d", "divide(a, b, c) * d"},
+        {"a ^ b ^ c", "involution(a, b, c)"},
+        {"a ^ (b ^ c)", "involution(a, involution(b, c))"},
+        {"a Mod b \\ c Mod d", "modulo(quotient(modulo(a, b), c), d)"},
+        {"a Xor b Xor c And d", "xor(a, b, c) And d"},
+        {"a Intersects b Intersects c", "GeometryIntersects(GeometryIntersects(a, b), c)"},
     };
     for (const auto& [dialect, expected] : cases)
         EXPECT_EQ(translate(dialect, true), expected) << dialect;
@@ -251,14 +276,17 @@ TEST_F(SqliteStringBuilderTest, textComparisonsTakeTheCollation)
         {"b > name", "b > name Collate Locale"},
         {"b <= name", "b <= name Collate Locale"},
         {"b >= name", "b >= name Collate Locale"},
-        {"b Like \"a%\"", "b Like \"a%\" Collate Locale"},
-        {"b Not Like \"a%\" Escape \"!\"", "b Not Like \"a%\" Collate Locale Escape \"!\""},
-        {"b Between \"a\" And \"c\"", "b Collate Locale Between \"a\" And \"c\""},
-        {"b Not Between \"a\" And \"c\"", "b Collate Locale Not Between \"a\" And \"c\""},
-        {"b In (\"a\", \"c\")", "b Collate Locale In (\"a\", \"c\")"},
+        {"b Like \"a%\"", "b Like 'a%' Collate Locale"},
+        {"b Not Like \"a%\" Escape \"!\"", "b Not Like 'a%' Collate Locale Escape '!'"},
+        {"b Between \"a\" And \"c\"", "b Collate Locale Between 'a' And 'c'"},
+        {"b Not Between \"a\" And \"c\"", "b Collate Locale Not Between 'a' And 'c'"},
+        {"b In (\"a\", \"c\")", "b Collate Locale In ('a', 'c')"},
         {"b Not In (Select d From u)", "b Collate Locale Not In (Select d From u)"},
-        {"b Glob \"a*\"", "b Glob \"a*\" Collate Locale"},
-        {"a + 1 = b & \"\"", "concat((a),(1)) = (b || \"\") Collate Locale"},
+        {"b Glob \"a*\"", "b Glob 'a*' Collate Locale"},
+        {"a + 1 = b & \"\"", "concat(a, 1) = (b || '') Collate Locale"},
+        // A collation the user wrote decides, on either side.
+        {"b = name Collate Binary", "b = name Collate Binary"},
+        {"b Collate Binary < name", "b Collate Binary < name"},
     };
     for (const auto& [dialect, expected] : cases)
         EXPECT_EQ(translate(dialect, true), expected) << dialect;
@@ -279,9 +307,9 @@ TEST_F(SqliteStringBuilderTest, functionsAreRenamed)
         {"Round(a, 2)", "RoundTo(a, 2)"},
         {"ROUND(a)", "ROUNDTo(a)"},
         {"Left(b, 1) & right(b, 2)", "Left$(b, 1) || right$(b, 2)"},
-        {"Area(obj, \"sq km\")", "ObjectArea(" + geo + ", \"sq km\")"},
+        {"Area(obj, \"sq km\")", "ObjectArea(" + geo + ", 'sq km')"},
         {"perimeter(obj)", "Objectperimeter(" + geo + ")"},
-        {"Distance(obj, t.obj, \"m\")", "ObjectDistance(" + geo + ", t." + geo + ", \"m\")"},
+        {"Distance(obj, t.obj, \"m\")", "ObjectDistance(" + geo + ", t." + geo + ", 'm')"},
         {"MakeValid(obj)", "MakeValidGeo(" + geo + ")"},
         {"Count(*)", "Count(*)"},
         {"Count(Distinct a)", "Count(Distinct a)"},
@@ -314,19 +342,31 @@ TEST_F(SqliteStringBuilderTest, whiteListCollectsUnsupportedFunctions)
     EXPECT_EQ(builder.errors()[1]->errorType(), sql::UnknownFunctionType);
     EXPECT_EQ(builder.unsupportedList().size(), 2u);
 
-    // Through the translation entry the query is then not produced.
+    // A name that the translator renames is allowed when its new name is.
+    SqliteStringBuilder renamed = makeBuilder();
+    renamed.setWhiteList({"left$", "RoundTo"});
+    EXPECT_EQ(build(renamed, "Left(b, 1) & Round(a) & Right(b, 1)"), "Left$(b, 1) || RoundTo(a) || Right$(b, 1)");
+    EXPECT_EQ(std::vector<QString>(renamed.unsupportedList().begin(), renamed.unsupportedList().end()),
+              std::vector<QString>{"Right"});
+
+    // Through the translation entry the query is then not produced; the
+    // error tells where the name was first written.
     SqliteStringBuilder entry = makeBuilder();
     entry.setWhiteList({"abs"});
     EXPECT_EQ(translate(entry, "Select Abs(a), Sum(a) From t"), "");
     EXPECT_TRUE(entry.query().empty());
     ASSERT_EQ(entry.errors().size(), 1u);
     EXPECT_STREQ(entry.errors()[0]->what(), "Sum");
+    const auto* unknown = dynamic_cast<const sql::UnknownFunction*>(entry.errors()[0].get());
+    ASSERT_NE(unknown, nullptr);
+    EXPECT_EQ(unknown->line(), 1);
+    EXPECT_EQ(unknown->column(), 16);
 }
 
 TEST_F(SqliteStringBuilderTest, rownumFollowsTheQueryOrder)
 {
     EXPECT_EQ(translate("rownum", true), "row_number() Over ()");
-    EXPECT_EQ(translate("rownum() + 1", true), "concat((row_number() Over ()),(1))");
+    EXPECT_EQ(translate("rownum() + 1", true), "concat(row_number() Over (), 1)");
 
     std::string sql = translate("Select a, rownum From t Order By a Desc");
     EXPECT_EQ(sql, "Select a, row_number() Over (Order By a Desc) From t Order By a Desc");
@@ -334,16 +374,16 @@ TEST_F(SqliteStringBuilderTest, rownumFollowsTheQueryOrder)
 
     // Positions and aliases stand for the selected expressions.
     sql = translate("Select a, b & \"!\" As x, rownum From t Order By x");
-    EXPECT_EQ(sql, "Select a, b || \"!\" As x, row_number() Over (Order By b || \"!\") From t Order By x");
+    EXPECT_EQ(sql, "Select a, b || '!' As x, row_number() Over (Order By b || '!') From t Order By x");
     EXPECT_EQ(rows(sql), (Rows{"4|w!|1", "1|x!|2", "2|y!|3", "3|z!|4"}));
     sql = translate("Select a, a * -2, rownum From t Order By 2 Desc, 1 Nulls First");
     EXPECT_EQ(sql, "Select a, a * -2, row_number() Over (Order By a * -2 Desc,a Nulls First) From t "
                    "Order By 2 Desc, 1 Nulls First");
     EXPECT_EQ(rows(sql), (Rows{"1|-2|1", "2|-4|2", "3|-6|3", "4|-8|4"}));
 
-    // With an asterisk the position names a column that SQLite reports.
+    // With an asterisk the position names a column of a source.
     sql = translate("Select *, rownum From t Order By 3 Desc");
-    EXPECT_NE(sql.find("row_number() Over (Order By name Desc)"), std::string::npos) << sql;
+    EXPECT_NE(sql.find("row_number() Over (Order By t.name Desc)"), std::string::npos) << sql;
     // Out of range: the term is kept as written and SQLite judges it.
     sql = translate("Select a, rownum From t Order By 7");
     EXPECT_NE(sql.find("Over (Order By 7)"), std::string::npos) << sql;
@@ -353,10 +393,6 @@ TEST_F(SqliteStringBuilderTest, rownumFollowsTheQueryOrder)
     EXPECT_EQ(sql, "Select x.r, row_number() Over (Order By x.a), row_number() Over (Order By x.a) * 10 From "
                    "(Select a, row_number() Over (Order By a Desc) As r From t Order By a Desc) As x Order By x.a");
     EXPECT_EQ(rows(sql), (Rows{"4|1|10", "3|2|20", "2|3|30", "1|4|40"}));
-
-    // An Update is no query: its rownum has no ordering to wait for.
-    EXPECT_EQ(translate("Update t Set a = rownum Where a In (Select rownum From u Order By d)"),
-              "Update t Set a = row_number() Over () Where a Collate Locale In (Select row_number() Over (Order By d) From u Order By d)");
 
     // A query without rownum keeps its ordering untouched.
     EXPECT_EQ(translate("Select a From t Order By 1 Desc"), "Select a From t Order By 1 Desc");
@@ -374,16 +410,50 @@ TEST_F(SqliteStringBuilderTest, orderingByRownumIsAnError)
     // The rest of the ordering is still built.
     SqliteStringBuilder rest = makeBuilder();
     EXPECT_EQ(build(rest, "Select rownum As n From t Order By n, rownum + 1, a"),
-              "Select row_number() Over (Order By a) As n From t Order By n, concat((row_number() Over (Order By a)),(1)), a");
+              "Select row_number() Over (Order By a) As n From t Order By n, concat(row_number() Over (Order By a), 1), a");
     EXPECT_EQ(rest.errors().size(), 2u);
 }
 
-TEST_F(SqliteStringBuilderTest, hugePositionLeavesAsAnException)
+TEST_F(SqliteStringBuilderTest, misplacedRownumIsATranslationError)
 {
+    const char* const misplaced = "rownum may stand only in the select list of a query";
+    struct Case {
+        const char* name;
+        const char* text;
+        const char* message; // null: translates
+    };
+    const Case cases[] = {
+        {"where", "Select a From t Where rownum > 1", "line 1, column 23: "},
+        {"group by", "Select a From t Group By rownum", "line 1, column 26: "},
+        {"having", "Select a From t Group By a Having rownum > 1", "line 1, column 35: "},
+        {"join condition", "Select t.a From t Join u On rownum = u.a", "line 1, column 29: "},
+        {"update", "Update t Set a = rownum", "line 1, column 18: "},
+        {"delete", "Delete From t Where rownum = 1", "line 1, column 21: "},
+        {"position beyond int", "Select rownum From t Order By 99999999999",
+         "the Order By position 99999999999 is out of range"},
+        {"select list", "Select a, rownum + 1 From t", nullptr},
+        {"sub-query's select list in a Where", "Select a From t Where a In (Select rownum From u)", nullptr},
+        {"bare expression", "rownum * 2", nullptr},
+    };
+    for (const Case& c : cases) {
+        SqliteStringBuilder builder = makeBuilder();
+        const bool translated = translateQuery(&runtime, c.text, builder, false);
+        if (!c.message) {
+            EXPECT_TRUE(translated) << c.name;
+            continue;
+        }
+        ASSERT_FALSE(translated) << c.name;
+        ASSERT_EQ(builder.errors().size(), 1u) << c.name;
+        EXPECT_EQ(builder.errors()[0]->errorType(), sql::TranslationErrorType) << c.name;
+        const std::string what = builder.errors()[0]->what();
+        EXPECT_EQ(what.rfind(c.message, 0), 0u) << c.name << ": " << what;
+        if (std::string(c.name) != "position beyond int") {
+            EXPECT_NE(what.find(misplaced), std::string::npos) << c.name << ": " << what;
+        }
+    }
+    // The builder is usable again afterwards, and a position beyond int
+    // without rownum is left to SQLite.
     SqliteStringBuilder builder = makeBuilder();
-    EXPECT_THROW(build(builder, "Select rownum From t Order By 99999999999"), std::out_of_range);
-    // The builder's scopes are balanced again: a bare rownum has no ordering.
-    EXPECT_EQ(build(builder, "rownum"), "row_number() Over ()");
     EXPECT_EQ(build(builder, "Select a From t Order By 99999999999"), "Select a From t Order By 99999999999");
 }
 
