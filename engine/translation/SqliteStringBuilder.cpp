@@ -464,7 +464,7 @@ void SqliteStringBuilder::visit(const Operation& node)
 {
     const wchar_t* function = node.unary() ? nullptr : rewriteFunction(node.code());
     if (function && node.left() && node.right()) {
-        push(function + (L"(" + chainArguments(node) + L")"));
+        push(chainCall(function, node));
         return;
     }
     if (!collation.isEmpty() && isCollated(node.code()) && !hasExplicitCollation(node)) {
@@ -475,19 +475,29 @@ void SqliteStringBuilder::visit(const Operation& node)
     processOperation(node);
 }
 
-std::wstring SqliteStringBuilder::chainArguments(const Operation& node)
+std::wstring SqliteStringBuilder::chainCall(const wchar_t* function, const Operation& node)
 {
     // A left-leaning chain of one operator (a + b + c reads as (a + b) + c)
     // becomes one call with every operand, which the engine's function folds
-    // from the left. Nested calls would exhaust SQLite's parser stack after
-    // a few dozen operands. Arguments need no parentheses of their own.
+    // from the left: nested calls would exhaust SQLite's parser stack after a
+    // few dozen operands. A call takes at most maxChainArguments (SQLite's
+    // own limit is 127 by default), so a longer chain continues in an
+    // enclosing call. Arguments need no parentheses of their own.
+    constexpr std::size_t maxChainArguments = 100;
     std::vector<const Operation*> chain{&node};
     while (chainsWith(chain.back()->left(), node.code()))
         chain.push_back(nodeAs<Operation>(chain.back()->left()));
     std::wstring text = textOf(chain.back()->left());
-    for (auto link = chain.rbegin(); link != chain.rend(); ++link)
+    std::size_t arguments = 1;
+    for (auto link = chain.rbegin(); link != chain.rend(); ++link) {
+        if (arguments == maxChainArguments) {
+            text = function + (L"(" + text + L")");
+            arguments = 1;
+        }
         text += L", " + textOf((*link)->right());
-    return text;
+        ++arguments;
+    }
+    return function + (L"(" + text + L")");
 }
 
 void SqliteStringBuilder::visit(const Function& node)

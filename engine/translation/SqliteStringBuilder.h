@@ -148,7 +148,7 @@ private:
     bool isSelectionName(const std::wstring& name) const;
     bool isOutermost() const { return scopes.size() <= 1; }
     void recordDependency(const std::wstring& name, const std::wstring& alias);
-    std::wstring chainArguments(const sql::ast::Operation& node);
+    std::wstring chainCall(const wchar_t* function, const sql::ast::Operation& node);
     // Runs `visit` with rownum allowed in the innermost query.
     void allowingRowNumber(const std::function<void()>& visit);
 

@@ -122,9 +122,12 @@ TEST_F(TranslationEntryTest, deepTextsAreTranslatedOrRefused)
     ASSERT_TRUE(translated);
     EXPECT_TRUE(nestedTranslated);
     const std::string sql = utf8(deep.query());
-    // One call with every operand.
-    EXPECT_EQ(sql.rfind("divide(a, a, ", 0), 0u);
-    EXPECT_EQ(sql.find("divide(", 1), std::string::npos);
+    // Every operand, in a few calls (SQLite limits a call's arguments).
+    EXPECT_EQ(sql.rfind("divide(divide(", 0), 0u);
+    std::size_t divides = 0;
+    for (auto at = sql.find("divide("); at != std::string::npos; at = sql.find("divide(", at + 1))
+        ++divides;
+    EXPECT_LT(divides, 20u);
     std::size_t operands = 0;
     for (auto at = sql.find('a'); at != std::string::npos; at = sql.find('a', at + 1))
         ++operands;

@@ -78,9 +78,153 @@ TEST_F(ShellTest, ReportsTranslationErrorsAndStopsTheScript)
     EXPECT_TRUE(syntax.err.startsWith(QStringLiteral("error: "))) << syntax.err.toStdString();
     EXPECT_TRUE(syntax.err.contains(QStringLiteral("column"))) << "the parser's position is shown: " << syntax.err.toStdString();
 
-    const Outcome unknown = run(QStringLiteral("Select NoSuchFunction(1)"));
+    // An unknown name is caught before SQLite, with its place; the dialect
+    // names that the translator renames are known.
+    const Outcome unknown = run(QStringLiteral("Select Abs(1),\n  NoSuchFunction(1)"));
     EXPECT_FALSE(unknown.ok);
-    EXPECT_TRUE(unknown.err.contains(QStringLiteral("NoSuchFunction"), Qt::CaseInsensitive)) << unknown.err.toStdString();
+    EXPECT_TRUE(unknown.err.contains(QStringLiteral("line 2, column 3: unknown or disallowed function: NoSuchFunction")))
+        << unknown.err.toStdString();
+    EXPECT_EQ(scalar(QStringLiteral("Select Left('ab', 1) & Right('ab', 1) & Round(1.4, 1)")), QStringLiteral("ab1.0"));
+
+    const Outcome misplaced = run(QStringLiteral("Select 1 Where rownum > 1"));
+    EXPECT_FALSE(misplaced.ok);
+    EXPECT_TRUE(misplaced.err.contains(QStringLiteral("rownum may stand only in the select list"))) << misplaced.err.toStdString();
+}
+
+// Runs `script` as plain SQLite SQL (set-up of a test's tables).
+static void rawScript(Shell* shell, const QString& script)
+{
+    ShellOptions raw;
+    raw.raw = true;
+    shell->setOptions(raw);
+    QString out, err;
+    QTextStream o(&out), e(&err);
+    EXPECT_TRUE(shell->runScript(script, o, e)) << err.toStdString();
+    shell->setOptions(ShellOptions{});
+}
+
+TEST_F(ShellTest, TextLiteralsAreNeverColumns)
+{
+    rawScript(shell, QStringLiteral("Drop Table If Exists literals; Create Table literals (name Text, s Text, a Text);"
+                                    "Insert Into literals Values ('name', 'a', 'zz'), ('bob', 'b', 'b');"));
+    const struct {
+        const char* query;
+        const char* expected;
+    } cases[] = {
+        {"Select Group_Concat(name) From literals Where name = 'name'", "name"},
+        {"Select Group_Concat(name) From literals Where s = \"a\"", "name"},
+        {"Select 'it''s' & \" ok\"", "it's ok"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(scalar(QString::fromUtf8(c.query)), QString::fromUtf8(c.expected)) << c.query;
+}
+
+TEST_F(ShellTest, LongOperatorChainsRunInTheRightOrder)
+{
+    // 24 columns summed, and chains of 500 terms of each operator.
+    QString columns, values, sum;
+    for (int i = 1; i <= 24; ++i) {
+        columns += QStringLiteral("%1c%2 Integer").arg(i > 1 ? ", " : "").arg(i);
+        values += QStringLiteral("%1%2").arg(i > 1 ? ", " : "").arg(i);
+        sum += QStringLiteral("%1c%2").arg(i > 1 ? " + " : "").arg(i);
+    }
+    rawScript(shell, QStringLiteral("Drop Table If Exists wide; Create Table wide (%1); Insert Into wide Values (%2);").arg(columns, values));
+    EXPECT_EQ(scalar(QStringLiteral("Select ") + sum + QStringLiteral(" From wide")), QStringLiteral("300"));
+
+    auto chain = [](const QString& first, const QString& op, const QString& term) {
+        QString text = QStringLiteral("Select ") + first;
+        for (int i = 1; i < 500; ++i)
+            text += QLatin1Char(' ') + op + QLatin1Char(' ') + term;
+        return text;
+    };
+    QString oneToFiveHundred = QStringLiteral("Select 1");
+    for (int i = 2; i <= 500; ++i)
+        oneToFiveHundred += QStringLiteral(" + %1").arg(i);
+    EXPECT_EQ(scalar(oneToFiveHundred), QStringLiteral("125250"));
+    const struct {
+        QString query;
+        const char* expected;
+    } chains[] = {
+        {chain("1000", "-", "1"), "501"},
+        {chain("3", "*", "1"), "3"},
+        {chain("1024", "/", "1"), "1024"},
+        {chain("7", "Mod", "9"), "7"},
+        {chain("1000", "\\", "1"), "1000"},
+        {chain("1", "^", "2"), "1"},
+        {chain("1", "Xor", "1"), "0"},
+    };
+    for (const auto& c : chains)
+        EXPECT_EQ(scalar(c.query), QString::fromUtf8(c.expected)) << c.query.left(40).toStdString();
+
+    // Precedence and left associativity, computed by hand (the output shows
+    // integral reals without a fraction).
+    const struct {
+        const char* expression;
+        const char* expected;
+    } mixed[] = {
+        {"2 ^ 3 ^ 2", "64"},
+        {"100 / 10 / 5", "2"},
+        {"17 \\ 2 \\ 3", "2"},
+        {"29 Mod 8 Mod 3", "2"},
+        {"1 + 2 * 3 ^ 2", "19"},
+        {"10 - 2 + 3", "11"},
+        {"10 - (2 + 3)", "5"},
+        {"2 * 3 + 4 * 5 - 1", "25"},
+        {"8 / 2 / 2 * 3", "6"},
+        {"2 * 8 / 4 / 2", "2"},
+        {"100 / 5 Mod 3", "2"},
+        {"-2 ^ 2", "4"},
+        {"1 Xor 0 And 0", "0"},
+        {"0 And 0 Xor 1", "1"},
+        {"1 + 2 & \"x\"", "3x"},
+        {"1 + 2 + \"a\"", "3a"},
+        {"1.5 + 2 + \"a\"", "3.5a"},
+        {"\"a\" + 1 + 2", "a12"},
+        {"\"\" + 1 + 2", "12"},
+    };
+    for (const auto& m : mixed)
+        EXPECT_EQ(scalar(QStringLiteral("Select ") + QString::fromUtf8(m.expression)), QString::fromUtf8(m.expected)) << m.expression;
+}
+
+TEST_F(ShellTest, RownumPositionOverAnAsterisk)
+{
+    rawScript(shell, QStringLiteral("Drop Table If Exists people; Create Table people (n Integer, имя Text);"
+                                    "Insert Into people Values (1, 'в'), (2, 'а'), (3, 'б');"));
+    const struct {
+        const char* name;
+        const char* query;
+        const char* expected;
+    } cases[] = {
+        {"column name in UTF-8", "Select *, rownum From people Order By 2", "2,а,1\r\n3,б,2\r\n1,в,3\r\n"},
+        {"self-join", "Select *, rownum From people x, people y Where x.n = y.n Order By 4 Desc",
+         "1,в,1,в,1\r\n3,б,3,б,2\r\n2,а,2,а,3\r\n"},
+        {"aliased expression", "Select *, -n As n, rownum From people Order By 3",
+         "3,б,-3,1\r\n2,а,-2,2\r\n1,в,-1,3\r\n"},
+    };
+    for (const auto& c : cases) {
+        const Outcome o = run(QString::fromUtf8(c.query));
+        EXPECT_TRUE(o.ok) << c.name << ": " << o.err.toStdString();
+        // The rows, after the header line.
+        EXPECT_EQ(o.out.mid(o.out.indexOf(QLatin1Char('\n')) + 1), QString::fromUtf8(c.expected)) << c.name;
+    }
+}
+
+TEST_F(ShellTest, TheUsersCollationWins)
+{
+    // The engine's "Locale" ignores case and sorts a before B; Binary does neither.
+    const struct {
+        const char* expression;
+        const char* expected;
+    } cases[] = {
+        {"'x' = 'X'", "1"},
+        {"'x' = 'X' Collate Binary", "0"},
+        {"'x' Collate Binary = 'X'", "0"},
+        {"'a' < 'B'", "1"},
+        {"'a' < 'B' Collate Binary", "0"},
+        {"'a' Collate Binary < 'B'", "0"},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(scalar(QStringLiteral("Select ") + QString::fromUtf8(c.expression)), QString::fromUtf8(c.expected)) << c.expression;
 }
 
 TEST_F(ShellTest, TranslateOnlyAndRawModes)
@@ -188,6 +332,19 @@ TEST(TesseraSqlProgram, ExitStatusOptionsAndStreams)
     std::unique_ptr<QProcess> piped(runProgram({QStringLiteral("--format"), QStringLiteral("csv")}, "Select 1 As a;\nSelect \"x;y\" As b;\n"));
     EXPECT_EQ(piped->exitCode(), 0) << piped->readAllStandardError().toStdString();
     EXPECT_EQ(piped->readAllStandardOutput(), QByteArray("a\r\n1\r\nb\r\nx;y\r\n"));
+
+    // A NUL byte is an error, in a file as on standard input, and nothing runs.
+    const QByteArray withNul("Select 1 As a;\nSelect 2\0 As b;\nSelect 3 As c;\n", 46);
+    QTemporaryDir dir;
+    QFile script(dir.filePath(QStringLiteral("nul.sql")));
+    ASSERT_TRUE(script.open(QIODevice::WriteOnly));
+    script.write(withNul);
+    script.close();
+    for (auto& nul : {std::unique_ptr<QProcess>(runProgram({script.fileName()})), std::unique_ptr<QProcess>(runProgram({}, withNul))}) {
+        EXPECT_EQ(nul->exitCode(), 1);
+        EXPECT_TRUE(nul->readAllStandardOutput().isEmpty());
+        EXPECT_TRUE(nul->readAllStandardError().contains("line 2, column 9: NUL character"));
+    }
 
     std::unique_ptr<QProcess> missing(runProgram({QStringLiteral("/nonexistent/script.sql")}));
     EXPECT_EQ(missing->exitCode(), 1);
