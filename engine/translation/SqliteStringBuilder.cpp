@@ -548,7 +548,6 @@ void SqliteStringBuilder::correctRowNumber(const QuerySpecification& spec)
     // Terms are built while the query text is off the stack, so that visits
     // made for them cannot disturb it.
     std::wstring text = pop();
-    const QString queryText = QString::fromStdWString(text);
     std::wstring replacement;
     const wchar_t* connector = L"Order By ";
     for (const auto& sort : spec.orderBy()) {
@@ -556,7 +555,7 @@ void SqliteStringBuilder::correctRowNumber(const QuerySpecification& spec)
             continue;
         std::wstring term;
         allowingRowNumber([&] {
-            if (!isIndex(*sort, spec.selectList(), queryText, term) && !isAlias(*sort, spec.selectList(), term))
+            if (!isIndex(*sort, spec.selectList(), term) && !isAlias(*sort, spec.selectList(), term))
                 term = textOf(SortSpecification(sort->key(), sort->ascending(), sort->nullsOrdering()));
         });
         if (term.find(placeholder) != std::wstring::npos) {
@@ -579,8 +578,7 @@ void SqliteStringBuilder::correctRowNumber(const QuerySpecification& spec)
     push(std::move(text));
 }
 
-bool SqliteStringBuilder::isIndex(const SortSpecification& spec, const NodeList& selectList, const QString& /*queryText*/,
-                                  std::wstring& out)
+bool SqliteStringBuilder::isIndex(const SortSpecification& spec, const NodeList& selectList, std::wstring& out)
 {
     const Number* number = nodeAs<Number>(spec.key());
     if (!number || number->kind() != Number::Integer)
@@ -604,61 +602,53 @@ bool SqliteStringBuilder::isIndex(const SortSpecification& spec, const NodeList&
     if (position < 1)
         return false;
 
-    bool asterisk = false;
-    for (const NodePtr& item : selectList)
-        asterisk = asterisk || nodeAs<QualifiedAsterisk>(item);
-
-    if (!asterisk) {
-        if (static_cast<std::size_t>(position) > selectList.size())
-            return false;
-        const NodePtr& item = selectList[static_cast<std::size_t>(position) - 1];
-        const DerivedColumn* column = nodeAs<DerivedColumn>(item);
-        out = column ? textOf(column->expression()) : textOf(item);
-    } else {
-        const std::vector<std::wstring> terms = selectedTerms(selectList);
-        if (static_cast<std::size_t>(position) > terms.size())
-            return false;
-        out = terms[static_cast<std::size_t>(position) - 1];
-    }
+    if (!selectedTerm(selectList, static_cast<std::size_t>(position), out))
+        return false;
     out += sortSuffix(spec.ascending(), spec.nullsOrdering());
     return true;
 }
 
-std::vector<std::wstring> SqliteStringBuilder::selectedTerms(const NodeList& selectList)
+bool SqliteStringBuilder::selectedTerm(const NodeList& selectList, std::size_t position, std::wstring& out)
 {
-    // An asterisk stands for the columns of each source in From order; each
-    // is named with its source, so that a self-join is not ambiguous. A
-    // derived table without a name can only be named by column.
+    // An asterisk stands for the columns of each source in From order, each
+    // named with its source so that a self-join is not ambiguous (a derived
+    // table without a name can only be named by column). Only the item at
+    // the position is visited.
     const Scope& scope = scopes.back();
     const std::vector<std::wstring> sources = scope.sources;
     const QString from = QString::fromStdWString(scope.from);
     const bool qualifiable = std::none_of(sources.begin(), sources.end(), [](const std::wstring& s) { return s.empty(); });
-    std::vector<std::wstring> terms;
+    std::size_t passed = 0;
+    // Walks the columns of `starText` ("*" or "q.*"); true when the position is among them.
     auto expand = [&](const std::wstring& starText) {
-        const std::wstring prefix = starText.substr(0, starText.size() - 1); // "q." or ""
+        const std::wstring prefix = starText.substr(0, starText.size() - 1);
         const std::vector<ResultColumn> columns = resultColumns(QStringLiteral("Select ") + QString::fromStdWString(starText) + from);
-        for (const ResultColumn& column : columns)
-            terms.push_back(prefix + identifier(column.field.toStdWString()));
-        return !columns.empty();
+        if (position > passed + columns.size()) {
+            passed += columns.size();
+            return false;
+        }
+        out = prefix + identifier(columns[position - passed - 1].field.toStdWString());
+        return true;
     };
     for (const NodePtr& item : selectList) {
         const QualifiedAsterisk* star = nodeAs<QualifiedAsterisk>(item);
         if (!star) {
+            if (++passed < position)
+                continue;
             const DerivedColumn* column = nodeAs<DerivedColumn>(item);
-            terms.push_back(column ? textOf(column->expression()) : textOf(item));
+            out = column ? textOf(column->expression()) : textOf(item);
+            return true;
+        }
+        if (!star->qualifier().empty() || !qualifiable) {
+            if (expand(textOf(item)))
+                return true;
             continue;
         }
-        bool expanded = true;
-        if (!star->qualifier().empty() || !qualifiable) {
-            expanded = expand(textOf(item));
-        } else {
-            for (const std::wstring& source : sources)
-                expanded = expand(identifier(source) + L".*") && expanded;
-        }
-        if (!expanded)
-            return {};
+        for (const std::wstring& source : sources)
+            if (expand(identifier(source) + L".*"))
+                return true;
     }
-    return terms;
+    return false;
 }
 
 bool SqliteStringBuilder::isAlias(const SortSpecification& spec, const NodeList& selectList, std::wstring& out)

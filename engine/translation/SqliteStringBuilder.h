@@ -113,8 +113,9 @@ protected:
     void visitCorrectedColumn(const sql::ast::ColumnReference& node);
     void visitImpl(const sql::ast::ColumnReference& node);
     void correctRowNumber(const sql::ast::QuerySpecification& spec);
-    bool isIndex(const sql::ast::SortSpecification& spec, const sql::ast::NodeList& selectList, const QString& queryText,
-                 std::wstring& out);
+    // A sort key that is a position in the select list: `out` receives the
+    // selected expression with the sort suffix.
+    bool isIndex(const sql::ast::SortSpecification& spec, const sql::ast::NodeList& selectList, std::wstring& out);
     bool isAlias(const sql::ast::SortSpecification& spec, const sql::ast::NodeList& selectList, std::wstring& out);
 
     int precedence(const sql::ast::Node& node) const override;
@@ -141,9 +142,10 @@ private:
         QString field;  // the column's own name
     };
     std::vector<ResultColumn> resultColumns(const QString& sqliteQuery);
-    // The texts of the columns that the select list yields, each an
-    // expression a window ordering can use; empty when SQLite rejects one.
-    std::vector<std::wstring> selectedTerms(const sql::ast::NodeList& selectList);
+    // The text, usable in a window ordering, of the column at 1-based
+    // `position` of what the select list yields; false when there is none
+    // (or SQLite rejects the From part).
+    bool selectedTerm(const sql::ast::NodeList& selectList, std::size_t position, std::wstring& out);
 
     bool isSelectionName(const std::wstring& name) const;
     bool isOutermost() const { return scopes.size() <= 1; }
