@@ -25,7 +25,28 @@ struct Shell::Private {
     ShellOptions options;
     std::unique_ptr<Core> core;
     Engine* engine = nullptr;
+    // The functions a statement may call; read again after anything that
+    // can register functions (opening a file loads a module).
+    engine::SqliteStringBuilder::NameSet functions;
 };
+
+namespace {
+
+// The functions a statement may call: every function registered on the
+// engine connection, so that a misspelt name is refused with its place
+// before SQLite sees it. (To be replaced by the engine's own function set.)
+engine::SqliteStringBuilder::NameSet functionWhiteList(Engine& engine)
+{
+    engine::SqliteStringBuilder::NameSet names;
+    QSqlQuery query(engine.engineDatabase());
+    query.setForwardOnly(true);
+    if (query.exec(QStringLiteral("Pragma function_list")))
+        while (query.next())
+            names.insert(query.value(0).toString());
+    return names;
+}
+
+} // namespace
 
 Shell::Shell(ShellOptions options)
     : d(std::make_unique<Private>())
@@ -34,6 +55,7 @@ Shell::Shell(ShellOptions options)
     d->core = std::make_unique<Core>();
     d->engine = Engine::load(d->core.get());
     d->engine->loadTableAdapterModule(d->core.get(), &modules::initFunctionModule);
+    d->functions = functionWhiteList(*d->engine);
 }
 
 Shell::~Shell()
@@ -53,32 +75,15 @@ void Shell::setOptions(ShellOptions options)
 
 bool Shell::openFile(const QString& path, const QString& name, QString& error)
 {
-    return importTable(*d->engine, path, name, error);
+    const bool opened = importTable(*d->engine, path, name, error);
+    d->functions = functionWhiteList(*d->engine);
+    return opened;
 }
-
-namespace {
-
-// The functions a statement may call: every function registered on the
-// engine connection, so that a misspelt name is refused with its place
-// before SQLite sees it. Read on each use, since loading a module adds
-// functions. (To be replaced by the engine's own function set.)
-engine::SqliteStringBuilder::NameSet functionWhiteList(Engine& engine)
-{
-    engine::SqliteStringBuilder::NameSet names;
-    QSqlQuery query(engine.engineDatabase());
-    query.setForwardOnly(true);
-    if (query.exec(QStringLiteral("Pragma function_list")))
-        while (query.next())
-            names.insert(query.value(0).toString());
-    return names;
-}
-
-} // namespace
 
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
 {
     engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
-    builder.setWhiteList(functionWhiteList(*d->engine));
+    builder.setWhiteList(d->functions);
     try {
         if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
             sqlite = sql::fromSqlString(builder.query());
