@@ -46,6 +46,11 @@ void matchWildcards(sqlite3_context* context, sqlite3_value** argv, Syntax synta
         kept = nullptr;
     std::unique_ptr<KeptPattern> fresh;
     if (!kept) {
+        // SQLite's own bound on patterns, which keeps the matcher's work (the
+        // product of the two lengths) within reach.
+        const int limit = sqlite3_limit(sqlite3_context_db_handle(context), SQLITE_LIMIT_LIKE_PATTERN_LENGTH, -1);
+        if (sqlite3_value_bytes(argv[0]) > limit)
+            return sqlite3_result_error(context, "LIKE or GLOB pattern too complex", -1);
         const QString pattern = toQString(argv[0]);
         fresh.reset(new KeptPattern{escape, syntax == Syntax::Like
                                                 ? WildcardPattern::like(pattern, escape, Qt::CaseInsensitive)
@@ -57,6 +62,8 @@ void matchWildcards(sqlite3_context* context, sqlite3_value** argv, Syntax synta
     // bytes are left to that conversion.
     int length = 0;
     const unsigned char* bytes = utf8Argument(argv[1], length);
+    if (!bytes)
+        return sqlite3_result_error_nomem(context);
     std::optional<bool> result = kept->pattern.matchesUtf8(bytes, length);
     if (!result)
         result = kept->pattern.matches(textArgument(argv[1]));

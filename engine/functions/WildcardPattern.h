@@ -29,6 +29,7 @@ public:
     // SQLite's conversion to UTF-16 reads differently (malformed UTF-8).
     std::optional<bool> matchesUtf8(const unsigned char* text, int length) const;
 
+private:
     struct Range {
         char32_t low;
         char32_t high;
@@ -41,7 +42,6 @@ public:
         int count;
     };
 
-private:
     template <class Text>
     std::optional<bool> run(const Text& text) const;
     bool accepts(const Token& token, char32_t c, char32_t folded) const;

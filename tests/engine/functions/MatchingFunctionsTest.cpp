@@ -101,6 +101,11 @@ TEST_P(MatchingFunctions, NeverGivesUp)
     db.expectInt("SELECT like('" + runs + "', '" + repeated("é", 17) + repeated("x", 100) + "É')", 1);
     db.expectInt("SELECT like('ab', 'ab' || char(0) || 'c')", 1);
     db.expectInt("SELECT glob('ab*', CAST(x'61628063' AS TEXT))", 1); // malformed UTF-8
+    // Patterns are bounded as SQLite bounds its own.
+    sqlite3_limit(db.handle(), SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 10);
+    db.expectInt("SELECT like('%aaaaaaaa%', 'xaaaaaaaax')", 1);
+    db.expectError("SELECT like('%aaaaaaaaa%', 'x')", "LIKE or GLOB pattern too complex");
+    db.expectError("SELECT glob('*aaaaaaaaa*', 'x')", "LIKE or GLOB pattern too complex");
 }
 
 // Patterns that change from row to row, and an escape that changes under a
