@@ -218,7 +218,16 @@ std::optional<bool> WildcardPattern::run(const Text& text) const
         if (p[runAt + 1].kind != Token::Literal)
             return 1;
         const char32_t literal = p[runAt + 1].code;
+        // ASCII characters are folded onto ASCII only: a tight loop passes
+        // over those that differ from both forms of the literal.
+        const char32_t lower = literal < 0x80 ? literal : refused;
+        const char32_t upper = ignoreCase && lower >= 'a' && lower <= 'z' ? lower - ('a' - 'A') : lower;
         while (runEnd < text.size) {
+            while (runEnd < text.size && text.data[runEnd] < 0x80 && text.data[runEnd] != lower
+                   && text.data[runEnd] != upper)
+                ++runEnd;
+            if (runEnd >= text.size)
+                break;
             int next = 0;
             const char32_t c = text.at(runEnd, next);
             if (c == refused)

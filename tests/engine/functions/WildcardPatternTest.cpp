@@ -69,6 +69,7 @@ TEST(WildcardPattern, Table)
         {"fold ä", Like, QString::fromUtf8("ä%"), QString::fromUtf8("Äpfel"), 0, ci, 1},
         {"fold Cyrillic", Like, QString::fromUtf8("%лк_"), QString::fromUtf8("ЁЛКА"), 0, ci, 1},
         {"fold Kelvin sign", Like, "k%", QString::fromUtf8("\u212Aelvin"), 0, ci, 1},
+        {"fold Kelvin sign after a run", Like, "%kel%", QString::fromUtf8("ab\u212AELx"), 0, ci, 1},
         {"fold long s", Like, "S", QString::fromUtf8("\u017F"), 0, ci, 1},
         {"fold final sigma", Like, QString::fromUtf8("Σ"), QString::fromUtf8("ς"), 0, ci, 1},
         {"no fold ß onto ss", Like, "ss", QString::fromUtf8("ß"), 0, ci, 0},
