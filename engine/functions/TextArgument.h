@@ -1,13 +1,13 @@
 #pragma once
-// Zero-copy access to the UTF-16 text of an SQLite argument, for callbacks
+// Zero-copy access to the text of an SQLite argument, for callbacks
 // that only read it. The view points into SQLite's own buffer: it stays valid
 // until the value is converted again or the callback returns, so it must not
 // be kept.
 
 #include <QString>
+#include <QStringView>
 
 #include <cstring>
-#include <string>
 
 #include <sqlite3.h>
 
@@ -17,12 +17,12 @@ namespace tessera::engine {
 // gives), or a null string for SQL NULL.
 inline QString textArgument(sqlite3_value* value)
 {
-    const auto* data = static_cast<const char16_t*>(sqlite3_value_text16(value));
+    const auto* data = static_cast<const QChar*>(sqlite3_value_text16(value));
     if (!data)
         return QString();
     const int units = sqlite3_value_bytes16(value) / 2;
-    const char16_t* end = std::char_traits<char16_t>::find(data, std::size_t(units), u'\0');
-    return QString::fromRawData(reinterpret_cast<const QChar*>(data), end ? int(end - data) : units);
+    const qsizetype nul = QStringView(data, units).indexOf(QChar(0));
+    return QString::fromRawData(data, nul < 0 ? units : int(nul));
 }
 
 // The value's UTF-8 text and, in `length`, its bytes up to the first NUL,
