@@ -83,6 +83,20 @@ char32_t firstCharacter(const QString& text)
     return text.at(0).unicode();
 }
 
+// The expression library refuses a whole text that holds a lone surrogate
+// (which only UTF-16 input can carry); SQLite reads one in UTF-8 as U+FFFD.
+QString replaceLoneSurrogates(QString text)
+{
+    QChar* data = text.data();
+    for (int i = 0, n = text.size(); i < n; ++i) {
+        if (data[i].isHighSurrogate() && i + 1 < n && data[i + 1].isLowSurrogate())
+            ++i;
+        else if (data[i].isSurrogate())
+            data[i] = QChar::ReplacementCharacter;
+    }
+    return text;
+}
+
 } // namespace
 
 void caseInsensitiveLike(sqlite3_context* context, int, sqlite3_value** argv)
@@ -122,8 +136,15 @@ void regular(sqlite3_context* context, int, sqlite3_value** argv)
     // A pattern that does not compile never matches (and is not run, which
     // would only log a warning per row).
     std::optional<QRegularExpressionMatch> found;
-    if (kept->isValid())
-        found = kept->match(textArgument(argv[1]));
+    if (kept->isValid()) {
+        const QString text = textArgument(argv[1]);
+        found = kept->match(text);
+        if (!found->isValid()) {
+            const QString readable = replaceLoneSurrogates(text);
+            if (readable != text)
+                found = kept->match(readable);
+        }
+    }
     if (found && !found->isValid()) {
         // The match stopped on the matching limits: "no match" would be a
         // guess.

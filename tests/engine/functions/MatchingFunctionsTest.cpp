@@ -86,6 +86,14 @@ TEST_P(MatchingFunctions, GlobAndRegular)
 
 // Patterns on which a backtracking expression gives up still get their
 // answer; the text ends at an embedded NUL as the UTF-16 conversion reads it.
+// A lone surrogate (only UTF-16 text can hold one) is no reason for an error.
+TEST_P(MatchingFunctions, RegularOnLoneSurrogate)
+{
+    db.exec("PRAGMA encoding = 'UTF-16le'");
+    db.expectInt("SELECT regexp('^a.b$', CAST(x'610000D86200' AS TEXT))", 1);
+    db.expectInt("SELECT regexp('c', CAST(x'610000D86200' AS TEXT))", 0);
+}
+
 TEST_P(MatchingFunctions, NeverGivesUp)
 {
     const auto repeated = [](const std::string& text, int count) {
