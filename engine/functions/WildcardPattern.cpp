@@ -16,24 +16,6 @@ char32_t fold(char32_t c)
     return QChar::toCaseFolded(uint(c));
 }
 
-// Whole code points, so that a character outside the BMP counts as one; a
-// lone surrogate stands for itself.
-QVector<char32_t> codePoints(const QString& text)
-{
-    QVector<char32_t> result;
-    result.reserve(text.size());
-    for (int i = 0; i < text.size(); ++i) {
-        const QChar c = text.at(i);
-        if (c.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
-            result.append(QChar::surrogateToUcs4(c, text.at(i + 1)));
-            ++i;
-        } else {
-            result.append(c.unicode());
-        }
-    }
-    return result;
-}
-
 // The two kinds of text the matcher walks: the character at a position (and
 // the position after it), and the step over a character already read.
 struct Utf16Text {
@@ -82,6 +64,18 @@ struct Utf8Text {
         return pos + (c < 0x80 ? 1 : c < 0xE0 ? 2 : c < 0xF0 ? 3 : 4);
     }
 };
+
+// Whole code points, so that a character outside the BMP counts as one; a
+// lone surrogate stands for itself.
+QVector<char32_t> codePoints(const QString& text)
+{
+    const Utf16Text units{reinterpret_cast<const char16_t*>(text.utf16()), text.size()};
+    QVector<char32_t> result;
+    result.reserve(text.size());
+    for (int pos = 0, next = 0; pos < units.size; pos = next)
+        result.append(units.at(pos, next));
+    return result;
+}
 
 } // namespace
 
