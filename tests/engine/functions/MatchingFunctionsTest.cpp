@@ -53,6 +53,7 @@ TEST_P(MatchingFunctions, Like)
     db.expectInt("SELECT 'line1' || char(10) || 'line2' LIKE 'line1%2'", 1);
     db.expectInt("SELECT 123 LIKE '1_3'", 1);
     db.expectInt("SELECT 'x' LIKE 'x%' ESCAPE NULL", 1);
+    db.expectInt("SELECT like('', x'')", 1); // an empty blob is an empty text
     db.expectNull("SELECT NULL LIKE 'a'");
     db.expectNull("SELECT 'a' LIKE NULL");
 
