@@ -173,6 +173,9 @@ TEXT_BENCH(Like_Sqlite, "SELECT count(*) FROM t WHERE s LIKE '%abc%'");
 TEXT_BENCH(Like_Ours, "SELECT count(*) FROM t WHERE t_like('%abc%', s)");
 TEXT_BENCH(LikePrefix_Sqlite, "SELECT count(*) FROM t WHERE s LIKE 'alpha%'");
 TEXT_BENCH(LikePrefix_Ours, "SELECT count(*) FROM t WHERE t_like('alpha%', s)");
+// Many runs: the work of a backtracking matcher grows with their number.
+TEXT_BENCH(LikeRuns_Sqlite, "SELECT count(*) FROM t WHERE s LIKE '%a%a%a%a%b%c'");
+TEXT_BENCH(LikeRuns_Ours, "SELECT count(*) FROM t WHERE t_like('%a%a%a%a%b%c', s)");
 TEXT_BENCH(Instr_Sqlite, "SELECT sum(instr(s, 'abc')) FROM t");
 TEXT_BENCH(Instr_Ours, "SELECT sum(t_instr(s, 'abc')) FROM t");
 // SQLite has no free-text date reader; its date() on ISO text gives a scale.

@@ -1,12 +1,13 @@
 #pragma once
-// LIKE, GLOB and regular-expression matching on UTF-16 text through Qt
-// regular expressions (case folding covers all of Unicode), two string
-// comparisons and the comparison behind the "Locale" collation.
+// LIKE and GLOB matching (a wildcard matcher, case folding over all of
+// Unicode), regular-expression matching through Qt regular expressions, two
+// string comparisons and the comparison behind the "Locale" collation.
 //
 // The matching functions take SQLite's argument order: the pattern first,
 // then the text (then the LIKE escape). A NULL argument gives NULL; a
-// pattern that does not compile never matches. The user data, when set, is
-// the engine's EngineCache, whose store keeps the compiled expressions.
+// regular expression that does not compile never matches, one that stops on
+// the matching limits is an SQL error. The user data, when set, is the
+// engine's EngineCache, whose store keeps the compiled expressions.
 
 #include <QCollator>
 #include <sqlite3.h>

@@ -14,6 +14,7 @@
 
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <stdexcept>
@@ -44,18 +45,31 @@ bool isWordLetter(ushort u)
     return QChar(u).isLetter();
 }
 
-// True when a text of `units` UTF-16 code units stays within SQLite's length
-// limit; otherwise the "too big" error is set. Guards the functions that build
-// texts from a count so that a huge count is an error rather than an attempt
-// to allocate gigabytes.
-bool fitsLengthLimit(sqlite3_context* ctx, qint64 units)
+// True when a result of `bytes` stays within the connection's length limit;
+// otherwise the "too big" error is set. Guards the functions that build texts
+// from a count, before they allocate, so that a huge count is an error rather
+// than an attempt to allocate gigabytes.
+bool fitsLengthLimit(sqlite3_context* ctx, qint64 bytes)
 {
     const int limit = sqlite3_limit(sqlite3_context_db_handle(ctx), SQLITE_LIMIT_LENGTH, -1);
-    if (units * 2 > limit) {
+    if (bytes > limit) {
         sqlite3_result_error_toobig(ctx);
         return false;
     }
     return true;
+}
+
+// `count` copies of an ASCII character as a UTF-8 result.
+void resultRepeated(sqlite3_context* ctx, char c, qint64 count)
+{
+    auto* out = static_cast<char*>(sqlite3_malloc64(sqlite3_uint64(count) + 1));
+    if (!out) {
+        sqlite3_result_error_nomem(ctx);
+        return;
+    }
+    std::memset(out, c, std::size_t(count));
+    out[count] = '\0';
+    sqlite3_result_text64(ctx, out, sqlite3_uint64(count), sqlite3_free, SQLITE_UTF8);
 }
 
 bool isNull(sqlite3_value* value)
@@ -124,8 +138,8 @@ struct UnitCounter {
 // sparing SQLite's conversion copy, and mapped by Qt's full Unicode rules.
 void mapCase(sqlite3_context* ctx, sqlite3_value* value, char (*asciiMap)(unsigned char), bool upper)
 {
-    const unsigned char* text = sqlite3_value_text(value);
-    const int length = sqlite3_value_bytes(value);
+    int length = 0;
+    const unsigned char* text = utf8Argument(value, length);
     if (!text) {
         sqlite3_result_null(ctx);
         return;
@@ -224,6 +238,10 @@ void inStrUTF16(sqlite3_context* ctx, int argc, sqlite3_value** argv)
         index = haystack.indexOf(needle, static_cast<int>(from), Qt::CaseSensitive);
         if (index < 0)
             break;
+        // An empty text found at the very start leaves the start where it
+        // was: every further search would give the same answer.
+        if (index + needle.size() == 0)
+            break;
         from += index + needle.size();
     }
     sqlite3_result_int(ctx, index + 1);
@@ -281,8 +299,8 @@ void rightTrimUTF8(sqlite3_context* ctx, int, sqlite3_value** argv)
 void len(sqlite3_context* ctx, int, sqlite3_value** argv)
 {
     // NULL has no text and counts 0; an ASCII text has one unit per byte.
-    const unsigned char* text = sqlite3_value_text(argv[0]);
-    const int length = sqlite3_value_bytes(argv[0]);
+    int length = 0;
+    const unsigned char* text = utf8Argument(argv[0], length);
     if (!text || isAscii(text, length)) {
         sqlite3_result_int(ctx, text ? length : 0);
         return;
@@ -477,9 +495,10 @@ void space(sqlite3_context* ctx, int, sqlite3_value** argv)
         sqlite3_result_text16(ctx, u"", 0, SQLITE_STATIC);
         return;
     }
+    // As UTF-8, one byte a space, the length SQLite measures against its limit.
     if (!fitsLengthLimit(ctx, n))
         return;
-    resultText16(ctx, QString(static_cast<int>(n), QLatin1Char(' ')));
+    resultRepeated(ctx, ' ', n);
 }
 
 void repeat(sqlite3_context* ctx, int, sqlite3_value** argv)
@@ -500,9 +519,13 @@ void repeat(sqlite3_context* ctx, int, sqlite3_value** argv)
     // are visible (repeat(4, 'ab') is 'aa'). Building just those units gives
     // SQLite the same text without reading half a unit past the end.
     const qint64 units = n / 2;
-    if (!fitsLengthLimit(ctx, units))
+    if (unit.unicode() < 0x80) {
+        if (fitsLengthLimit(ctx, units))
+            resultRepeated(ctx, char(unit.unicode()), units);
         return;
-    resultText16(ctx, QString(static_cast<int>(units), unit));
+    }
+    if (fitsLengthLimit(ctx, units * 2))
+        resultText16(ctx, QString(static_cast<int>(units), unit));
 }
 
 void strUTF16(sqlite3_context* ctx, int, sqlite3_value** argv)

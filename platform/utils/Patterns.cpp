@@ -172,10 +172,11 @@ QString globToRegular(const QString& pattern)
             body += anyOne;
         } else if (c == '[') {
             const int next = appendGlobClass(body, p, i + 1);
+            // No character satisfies a class that is never closed (as in
+            // SQLite), so the pattern matches nothing.
             if (next < 0)
-                appendLiteral(body, c); // an unclosed '[' is an ordinary character
-            else
-                i = next - 1;
+                return head + nothing + tail;
+            i = next - 1;
         } else {
             appendLiteral(body, c);
         }

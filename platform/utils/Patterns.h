@@ -10,7 +10,8 @@ namespace tessera::utils {
 // '%' any run, '_' one character; `escape` (0 for none) makes the next
 // character literal. Every other character is literal.
 QString likeToRegular(const QString& pattern, QChar escape = QChar());
-// '*' any run, '?' one character, '[...]' a class with ranges and '^' negation.
+// '*' any run, '?' one character, '[...]' a class with ranges and '^' negation;
+// a class never closed matches nothing.
 QString globToRegular(const QString& pattern);
 
 } // namespace tessera::utils

@@ -53,6 +53,7 @@ TEST_P(MatchingFunctions, Like)
     db.expectInt("SELECT 'line1' || char(10) || 'line2' LIKE 'line1%2'", 1);
     db.expectInt("SELECT 123 LIKE '1_3'", 1);
     db.expectInt("SELECT 'x' LIKE 'x%' ESCAPE NULL", 1);
+    db.expectInt("SELECT like('', x'')", 1); // an empty blob is an empty text
     db.expectNull("SELECT NULL LIKE 'a'");
     db.expectNull("SELECT 'a' LIKE NULL");
 
@@ -69,15 +70,51 @@ TEST_P(MatchingFunctions, GlobAndRegular)
     db.expectInt("SELECT 'a.txt' GLOB '*.TXT'", 1);
     db.expectInt("SELECT 'a.txt' GLOB '*.doc'", 0);
     db.expectInt("SELECT 'Жук' GLOB '[а-я]у?'", 1);
-    db.expectInt("SELECT '[x' GLOB '[x'", 1);
+    db.expectInt("SELECT '[x' GLOB '[x'", 0); // a class never closed matches nothing
+    db.expectInt("SELECT glob('a[', 'a[')", 0);
     db.expectNull("SELECT NULL GLOB '*'");
 
     db.expectInt("SELECT 'Abc' REGEXP '^a'", 0);
     db.expectInt("SELECT 'abc' REGEXP 'b'", 1);
     db.expectInt("SELECT 'abc' REGEXP '('", 0);
+    // Beyond the matching limits there is no answer: an error, never 0.
+    db.expectError("SELECT regexp('(a+)+$', '" + std::string(40, 'a') + "!')",
+                   "REGEXP: the expression exceeds the matching limits on this text");
     db.expectInt("SELECT 'Straße 5' REGEXP '\\d$'", 1);
     db.expectInt("SELECT 'x😀y' REGEXP '^x.y$'", 1);
     db.expectNull("SELECT 'abc' REGEXP NULL");
+}
+
+// Patterns on which a backtracking expression gives up still get their
+// answer; the text ends at an embedded NUL as the UTF-16 conversion reads it.
+// A lone surrogate (only UTF-16 text can hold one) is no reason for an error.
+TEST_P(MatchingFunctions, RegularOnLoneSurrogate)
+{
+    db.exec("PRAGMA encoding = 'UTF-16le'");
+    db.expectInt("SELECT regexp('^a.b$', CAST(x'610000D86200' AS TEXT))", 1);
+    db.expectInt("SELECT regexp('c', CAST(x'610000D86200' AS TEXT))", 0);
+}
+
+TEST_P(MatchingFunctions, NeverGivesUp)
+{
+    const auto repeated = [](const std::string& text, int count) {
+        std::string result;
+        for (int i = 0; i < count; ++i)
+            result += text;
+        return result;
+    };
+    const std::string as = repeated("a", 194);
+    db.expectInt("SELECT glob('*a*a*a*a*b*c', 'aaaab" + as + "c')", 1);
+    db.expectInt("SELECT glob('*a*a*a*a*b*c', 'aaaabc" + as + "')", 0);
+    const std::string runs = repeated("%é", 18);
+    db.expectInt("SELECT like('" + runs + "', '" + repeated("é", 17) + repeated("x", 100) + "É')", 1);
+    db.expectInt("SELECT like('ab', 'ab' || char(0) || 'c')", 1);
+    db.expectInt("SELECT glob('ab*', CAST(x'61628063' AS TEXT))", 1); // malformed UTF-8
+    // Patterns are bounded as SQLite bounds its own.
+    sqlite3_limit(db.handle(), SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 10);
+    db.expectInt("SELECT like('%aaaaaaaa%', 'xaaaaaaaax')", 1);
+    db.expectError("SELECT like('%aaaaaaaaa%', 'x')", "LIKE or GLOB pattern too complex");
+    db.expectError("SELECT glob('*aaaaaaaaa*', 'x')", "LIKE or GLOB pattern too complex");
 }
 
 // Patterns that change from row to row, and an escape that changes under a

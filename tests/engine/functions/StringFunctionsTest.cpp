@@ -101,6 +101,10 @@ TEST_F(StringFunctions, InStr)
     db.expectError("SELECT instr('abc', 'b', 0)", "start_at must be >= 1");
     db.expectError("SELECT instr('abc', 'b', 1, 0)", "occurence must be >= 1");
     db.expectError("SELECT instr('abc', 'b', 'x')", "start_at must be >= 1"); // 'x' reads as 0
+    // An empty text is found where the search starts, which then stays put.
+    db.expectInt("SELECT instr('abc', '', 1, 2000000000)", 1);
+    db.expectInt("SELECT instr('abc', '', 2, 2000000000)", 0);
+    db.expectInt("SELECT instr('abc', '', 2, 2)", 3);
 }
 
 TEST_F(StringFunctions, Trim)
@@ -200,6 +204,39 @@ TEST_F(StringFunctions, SpaceAndRepeat)
     db.expectText("SELECT repeat(-1, 'a')", "");
     db.expectNull("SELECT repeat('x', 'a')");
     db.expectNull("SELECT repeat(2147483648, 'a')");
+}
+
+// The UTF-16 functions read a text up to its first NUL, as toQString does.
+TEST_F(StringFunctions, TextEndsAtNul)
+{
+    const std::string text = "('aB' || char(0) || 'Cd')";
+    const struct {
+        std::string sql;
+        QString expected;
+    } texts[] = {
+        {"lcase" + text, "ab"}, {"ucase" + text, "AB"},          {"left$(" + text + ", 9)", "aB"},
+        {"right$(" + text + ", 1)", "B"}, {"mid(" + text + ", 2, 9)", "B"}, {"proper" + text, "AB"},
+        {"repeat(4, char(0) || 'x')", "  "},
+    };
+    for (const auto& row : texts)
+        db.expectText("SELECT " + row.sql, row.expected);
+    db.expectInt("SELECT len" + text, 2);
+    db.expectInt("SELECT instr(" + text + ", 'C')", 0);
+    db.expectInt("SELECT lcase('Ä' || char(0) || 'x') = 'ä'", 1);
+}
+
+// Texts built from a count are measured against the connection's length
+// limit (in bytes, as SQLite stores them) before they are built.
+TEST_F(StringFunctions, LengthLimit)
+{
+    sqlite3_limit(db.handle(), SQLITE_LIMIT_LENGTH, 100);
+    const std::string tooBig = "string or blob too big";
+    db.expectInt("SELECT length(space(100))", 100);
+    db.expectError("SELECT space(101)", tooBig);
+    db.expectInt("SELECT length(repeat(200, 'a'))", 100);
+    db.expectError("SELECT repeat(202, 'a')", tooBig);
+    db.expectInt("SELECT length(repeat(100, 'ж'))", 50); // 100 bytes of UTF-16
+    db.expectError("SELECT repeat(102, 'ж')", tooBig);
 }
 
 TEST_F(StringFunctions, StrOfEveryKind)
