@@ -97,7 +97,7 @@ TEST(Wkb, ShapesAreWrittenAsTheirApproximation)
     ASSERT_TRUE(back);
     ASSERT_EQ(back->members().size(), 1u);
     EXPECT_EQ(back->members()[0]->type(), GeometryType::Polygon);
-    EXPECT_EQ(static_cast<const Polygon&>(*back->members()[0]).rings().at(0).size(), 65);
+    EXPECT_GT(static_cast<const Polygon&>(*back->members()[0]).rings().at(0).size(), 1000);
 }
 
 TEST(Wkb, ExtraOrdinatesAreDropped)
