@@ -125,6 +125,10 @@ std::shared_ptr<cs::CoordSystem> EngineCache::get(const QByteArray& serialised)
 
 void EngineCache::save(int epsg, const std::shared_ptr<cs::CoordSystem>& coordSystem)
 {
+    // SRID 0 (and below) means "no coordinate system": a system without an
+    // EPSG code must not become the system of every SRID-0 blob.
+    if (epsg <= 0)
+        return;
     QWriteLocker locker(&epsgLock);
     coordSysById[epsg] = coordSystem;
 }
