@@ -81,6 +81,8 @@ struct RingInfo {
     int first, last;   // edges [first, last)
     bool insideIsLeft;
     Vec3 reference;    // a point on the inner side of the first edge
+    Vec3 centre;       // the ring lies within `radius` of it
+    double radius;
 };
 
 struct Shape {
@@ -178,7 +180,8 @@ private:
             const bool insideIsLeft = leftArea(ring) <= 2 * M_PI;
             // Just off the first edge, on the side the ring encloses.
             const Vec3 reference = unit(mid + left * (insideIsLeft ? 1e-9 : -1e-9));
-            infos.push_back({first, last, insideIsLeft, reference});
+            const Chunk around = chunk(first, last);
+            infos.push_back({first, last, insideIsLeft, reference, around.centre, around.radius});
         }
         if (!infos.empty())
             shape.polygons.push_back(std::move(infos));
@@ -351,13 +354,17 @@ struct GeodesicNearest::Impl {
         return t >= -slack && t <= 1.0 + slack && s >= -slack && s <= 1.0 + slack;
     }
 
-    Closest edgePair(const Edge& a, const Edge& b) const
+    // The closest pair of two edges, when closer than `bound`.
+    Closest edgePair(const Edge& a, const Edge& b, double bound) const
     {
         QPointF at;
-        if (!a.isPoint() && !b.isPoint() && crossing(a, b, at))
+        // Edges whose balls are apart cannot cross.
+        if (!a.isPoint() && !b.isPoint() && lowerBound(a.mid, a.radius, b.mid, b.radius) == 0.0 && crossing(a, b, at))
             return {0.0, at, at};
-        Closest best{infinity, {}, {}};
+        Closest best{bound, {}, {}};
         auto consider = [&](const QPointF& p, const Edge& e, bool pOnA) {
+            if (lowerBound(onProxy(p, f), 0.0, e.mid, e.radius) >= best.distance)
+                return;
             const Near n = nearestOn(e, p);
             if (n.distance < best.distance)
                 best = pOnA ? Closest{n.distance, p, n.at} : Closest{n.distance, n.at, p};
@@ -418,6 +425,11 @@ struct GeodesicNearest::Impl {
 
     bool insidePolygon(const Shape& shape, const std::vector<RingInfo>& rings, const QPointF& p) const
     {
+        // A ring within less than a hemisphere encloses no point beyond it
+        // (the smaller side is the one within), up to the geodesics' departure.
+        const RingInfo& outer = rings.front();
+        if (outer.radius < M_PI / 2 && angle(outer.centre, onProxy(p, f)) > outer.radius * (1.0 + 4.0 * f) + 1e-9)
+            return false;
         if (!insideRingExactly(shape, rings.front(), p))
             return false;
         for (std::size_t i = 1; i < rings.size(); ++i) {
@@ -458,7 +470,25 @@ struct GeodesicNearest::Impl {
             }
         }
         std::sort(order.begin(), order.end());
+        // A first bound from two real points: the nearest ends of the
+        // nearest chunks.
         Closest best{infinity, {}, {}};
+        if (!order.empty()) {
+            const Chunk& ca = a.chunks[std::get<1>(order.front())];
+            const Chunk& cb = b.chunks[std::get<2>(order.front())];
+            double nearest = infinity;
+            for (int ea = ca.first; ea < ca.last; ++ea) {
+                for (int eb = cb.first; eb < cb.last; ++eb) {
+                    const double d = angle(a.edges[ea].u, b.edges[eb].u);
+                    if (d < nearest) {
+                        nearest = d;
+                        best.a = a.edges[ea].from;
+                        best.b = b.edges[eb].from;
+                    }
+                }
+            }
+            self.geodesic.Inverse(best.a.y(), best.a.x(), best.b.y(), best.b.x(), best.distance);
+        }
         for (const auto& [bound, i, j] : order) {
             if (bound >= best.distance)
                 break;
@@ -472,7 +502,7 @@ struct GeodesicNearest::Impl {
                     const Edge& e2 = b.edges[eb];
                     if (lowerBound(e1.mid, e1.radius, e2.mid, e2.radius) >= best.distance)
                         continue;
-                    const Closest c = edgePair(e1, e2);
+                    const Closest c = edgePair(e1, e2, best.distance);
                     if (c.distance < best.distance) {
                         best = c;
                         if (best.distance == 0.0)
