@@ -38,7 +38,7 @@ std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystems(const ConstGeome
 }
 
 std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystemsSymmetrically(const ConstGeometryPtr& a,
-                                                                             const ConstGeometryPtr& b)
+                                                                             const ConstGeometryPtr& b, bool inPlane)
 {
     if (!a || !b)
         throw std::invalid_argument("No geometry");
@@ -47,7 +47,7 @@ std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystemsSymmetrically(con
     if (!csA || !csB || csA == csB || csA->isEquivalentTo(*csB))
         return alignCoordSystems(a, b);
     const bool bFirst = csA->isGeographic() != csB->isGeographic()
-        ? csB->isGeographic()
+        ? csB->isGeographic() != inPlane
         : csB->taggedString() < csA->taggedString();
     if (!bFirst)
         return {a, b->transformed(csA)};

@@ -15,9 +15,10 @@ std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystems(const ConstGeome
 
 // The same, except that two different systems meet in one chosen without
 // regard to the order of the arguments, so that a measure of (a, b) equals
-// that of (b, a): the geographic one (the earth, not one of its maps), else
-// the one whose tagged string sorts first.
+// that of (b, a): the geographic one (the earth, not one of its maps) or, for
+// a measure in the plane, the projected one; else the one whose tagged string
+// sorts first.
 std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystemsSymmetrically(const ConstGeometryPtr& a,
-                                                                             const ConstGeometryPtr& b);
+                                                                             const ConstGeometryPtr& b, bool inPlane);
 
 } // namespace tessera::geometry

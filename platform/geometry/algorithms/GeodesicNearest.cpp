@@ -15,8 +15,11 @@ namespace {
 constexpr double toRad = M_PI / 180.0;
 constexpr double toDeg = 180.0 / M_PI;
 constexpr double infinity = std::numeric_limits<double>::infinity();
-// Consecutive edges sharing one bound for the first round of pruning.
+// Consecutive edges share one bound for the first round of pruning: at
+// least this many, and no more than maxChunks chunks per shape, so that the
+// pairs of chunks stay few (a million at most).
 constexpr int chunkSize = 16;
+constexpr int maxChunks = 1000;
 
 struct Vec3 {
     double x, y, z;
@@ -118,8 +121,10 @@ public:
     Shape build(const Geometry& g)
     {
         add(g);
-        for (int first = 0; first < int(shape.edges.size()); first += chunkSize)
-            shape.chunks.push_back(chunk(first, std::min<int>(first + chunkSize, int(shape.edges.size()))));
+        const int n = int(shape.edges.size());
+        const int size = std::max(chunkSize, (n + maxChunks - 1) / maxChunks);
+        for (int first = 0; first < n; first += size)
+            shape.chunks.push_back(chunk(first, std::min(first + size, n)));
         return std::move(shape);
     }
 

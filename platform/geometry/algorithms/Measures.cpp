@@ -144,7 +144,7 @@ struct FramedPair {
     {
         requireGeometry(a);
         requireGeometry(b);
-        const auto [ga, gb] = alignCoordSystemsSymmetrically(a, b);
+        const auto [ga, gb] = alignCoordSystemsSymmetrically(a, b, requested == CalcMode::Cartesian);
         mode = resolve(requested, ga);
         fa = frameFor(mode, ga);
         fb = frameFor(mode, gb);

@@ -410,6 +410,9 @@ TEST(Measures, DistanceAcrossCoordinateSystemsIgnoresTheOrder)
         EXPECT_EQ(centroidDistance(g1, g2, "m"), centroidDistance(g2, g1, "m"));
         EXPECT_EQ(sphericalMinDistance(g1, g2, "m"), sphericalMinDistance(g2, g1, "m"));
     }
-    // In the plane, two maps meet in one of them whatever the order.
+    // In the plane, two maps meet in one of them whatever the order, and a
+    // map and the earth in the map.
     EXPECT_EQ(cartesianMinDistance(web, inUtm, "m"), cartesianMinDistance(inUtm, web, "m"));
+    EXPECT_EQ(cartesianMinDistance(web, lonLat, "m"), cartesianMinDistance(lonLat, web, "m"));
+    EXPECT_GT(cartesianMinDistance(lonLat, web, "m"), 1e6);
 }
