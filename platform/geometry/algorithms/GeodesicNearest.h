@@ -34,9 +34,8 @@ public:
     // a and b: linear geometries in degrees (x the longitude), not empty.
     Closest closest(const Geometry& a, const Geometry& b) const;
 
-    struct Impl;
-
 private:
+    struct Impl;
     Ellipsoid surface;
     GeographicLib::Geodesic geodesic;
 };
