@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <stdexcept>
 
@@ -212,54 +211,6 @@ TEST(Measures, BadInputGivesClearErrors)
     beyond->setCoordSystem(wgs84);
     EXPECT_THROW(ellipsoidLength(beyond, "m"), std::invalid_argument);
     EXPECT_THROW(sphericalLength(line({{0, 0}, {0, -91}}), "m"), std::invalid_argument);
-}
-
-TEST(Measures, SmallestDistanceOnTheEarthFollowsGeodesicEdges)
-{
-    const CoordSystemPtr wgs84 = epsg(4326);
-    ASSERT_TRUE(wgs84);
-    // The edge from (-10, 50) to (10, 50) bows towards the pole: a point due
-    // north is closer to its middle than to (0, 50).
-    const ConstGeometryPtr edge = line({{-10, 50}, {10, 50}}, wgs84);
-    const ConstGeometryPtr north = point(0, 60, wgs84);
-
-    // Sphere: the distance to a great circle, R asin(|n . p|), with n the
-    // unit normal of the edge's plane.
-    auto unit = [](double lon, double lat) {
-        return std::array<double, 3>{std::cos(lat * toRad) * std::cos(lon * toRad),
-                                     std::cos(lat * toRad) * std::sin(lon * toRad), std::sin(lat * toRad)};
-    };
-    const auto u = unit(-10, 50), v = unit(10, 50), p = unit(0, 60);
-    std::array<double, 3> n{u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
-    const double norm = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
-    const double toCircle = sphereRadius * std::asin(std::abs(n[0] * p[0] + n[1] * p[1] + n[2] * p[2]) / norm);
-    EXPECT_NEAR(sphericalMinDistance(north, edge, "m"), toCircle, 0.01);
-    EXPECT_LT(sphericalMinDistance(north, edge, "m"), sphereRadius * 10 * toRad - 10000);
-
-    // Ellipsoid: by symmetry the closest point is the geodesic's middle.
-    const GeographicLib::Geodesic& g = GeographicLib::Geodesic::WGS84();
-    double s12 = 0, azi1 = 0, azi2 = 0, midLat = 0, midLon = 0, expected = 0;
-    g.Inverse(50, -10, 50, 10, s12, azi1, azi2);
-    g.Direct(50, -10, azi1, s12 / 2, midLat, midLon);
-    g.Inverse(60, 0, midLat, midLon, expected);
-    EXPECT_NEAR(midLon, 0.0, 1e-9);
-    EXPECT_NEAR(smallestDistance(north, edge, "m"), expected, 0.01);
-    EXPECT_NEAR(vincentyMinDistance(edge, north, "m"), expected, 0.01);
-    EXPECT_NEAR(lambertMinDistance(edge, north, "m"), expected, 100.0);
-    // Edges of polygons too, from either side, and between two polygons.
-    EXPECT_NEAR(ellipsoidalMinDistance(square(-10, 40, 10, 50, wgs84), north, "m"), expected, 0.01);
-    // Two polygons: the facing edges both bow north, so the upper square's
-    // corners are closest. The oracle samples the lower edge densely.
-    const GeographicLib::GeodesicLine lower = g.InverseLine(50, -10, 50, 10);
-    double sampled = 1e300;
-    for (int i = 0; i <= 20000; ++i) {
-        double lat = 0, lon = 0, d = 0;
-        lower.Position(lower.Distance() * i / 20000, lat, lon);
-        g.Inverse(60, 1, lat, lon, d);
-        sampled = std::min(sampled, d);
-    }
-    const double twoSquares = ellipsoidalMinDistance(square(-10, 40, 10, 50, wgs84), square(-1, 60, 1, 61, wgs84), "m");
-    EXPECT_NEAR(twoSquares, sampled, 0.01);
 }
 
 namespace {
