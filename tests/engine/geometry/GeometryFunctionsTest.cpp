@@ -209,6 +209,12 @@ TEST(GeometryFunctions, SpatiaLiteFormsOfNestedAndEmptyGeometries)
         {"FromTesGeo", "AsText(FromTesGeo(" + g + "))", flat.c_str()},
         {"TransformToSLGeo", "AsText(TransformToSLGeo(" + g + ", 'EPSG:4326'))", flat.c_str()},
         {"Centroid lies on a part", "ST_Intersects(Centroid(" + g + "), FromTesGeo(" + g + "))", "1"},
+        // The same collection as plain WKB: GC(GC(POINT(0 0), LINESTRING(1 1, 2 2)), POINT(5 5)).
+        {"plain WKB in",
+         "AsText(FromTesGeo(X'01070000000200000001070000000200000001010000000000000000000000000000000000000001020000"
+         "0002000000000000000000f03f000000000000f03f0000000000000040000000000000004001010000000000000000001440000000"
+         "0000001440'))",
+         "GEOMETRYCOLLECTION(POINT(0 0), POINT(5 5), LINESTRING(1 1, 2 2))"},
         {"empty point", "FromTesGeo(" + tesGeoLiteral(std::make_shared<Point>()) + ")", nullptr},
         {"empty point, transformed", "TransformToSLGeo(" + tesGeoLiteral(std::make_shared<Point>()) + ", 'EPSG:4326')",
          nullptr},
