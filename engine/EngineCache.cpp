@@ -9,6 +9,7 @@
 #include "platform/utils/Compare.h"
 
 #include <QDataStream>
+#include <QtEndian>
 #include <exception>
 
 namespace tessera::engine {
@@ -55,8 +56,31 @@ EngineGeometry EngineCache::geometryInfo(const QByteArray& blob, bool useCache)
     return geometryInfo(blob.constData(), static_cast<unsigned>(blob.size()), useCache);
 }
 
+namespace {
+
+// Plain WKB of a collection, read by the host: SpatiaLite's WKB reader keeps
+// only the first point of a collection that holds another collection.
+std::shared_ptr<const geometry::Geometry> plainWkbCollection(const void* data, unsigned size)
+{
+    const auto* bytes = static_cast<const unsigned char*>(data);
+    if (size < 9 || bytes[0] > 1)
+        return nullptr;
+    const quint32 type = bytes[0] == 1 ? qFromLittleEndian<quint32>(bytes + 1) : qFromBigEndian<quint32>(bytes + 1);
+    if (type % 1000 != 7)
+        return nullptr;
+    try {
+        return geometry::GeometryFactory::fromWkb(data, static_cast<int>(size));
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+} // namespace
+
 std::shared_ptr<const geometry::Geometry> EngineCache::decodeSpatiaLite(const void* data, unsigned size)
 {
+    if (auto collection = plainWkbCollection(data, size))
+        return collection;
     try {
         std::unique_ptr<gaiaGeomColl, GaiaDeleter> collection(toGaia(static_cast<const unsigned char*>(data), static_cast<int>(size)));
         if (!collection)
@@ -125,6 +149,10 @@ std::shared_ptr<cs::CoordSystem> EngineCache::get(const QByteArray& serialised)
 
 void EngineCache::save(int epsg, const std::shared_ptr<cs::CoordSystem>& coordSystem)
 {
+    // SRID 0 (and below) means "no coordinate system": a system without an
+    // EPSG code must not become the system of every SRID-0 blob.
+    if (epsg <= 0)
+        return;
     QWriteLocker locker(&epsgLock);
     coordSysById[epsg] = coordSystem;
 }

@@ -68,6 +68,7 @@ public:
     // Coordinate systems.
     std::shared_ptr<cs::CoordSystem> get(int epsg);
     std::shared_ptr<cs::CoordSystem> get(const QByteArray& serialised);
+    // Codes of 0 and below are not kept: SRID 0 stands for no coordinate system.
     void save(int epsg, const std::shared_ptr<cs::CoordSystem>& coordSystem);
     void save(const QByteArray& serialised, const std::shared_ptr<cs::CoordSystem>& coordSystem);
 

@@ -7,9 +7,9 @@
 #include "platform/geometry/Geometry.h"
 #include "platform/geometry/GeometryFactory.h"
 
-#include <QSizeF>
 #include <QString>
 #include <cstdlib>
+#include <vector>
 #include <exception>
 
 namespace tessera::engine {
@@ -21,14 +21,59 @@ EngineCache* cacheOf(sqlite3_context* ctx)
     return ctx ? static_cast<EngineCache*>(sqlite3_user_data(ctx)) : nullptr;
 }
 
-// SpatiaLite has no curves: they travel as their default approximation.
-QByteArray linearWkb(const std::shared_ptr<const geometry::Geometry>& g)
+// Appends the simple parts (points, lines, polygons) of g, curves as their
+// default approximation, empty parts left out.
+void appendSimpleParts(const geometry::Geometry& g, std::vector<std::shared_ptr<geometry::Geometry>>& out)
 {
-    if (auto* curve = dynamic_cast<const geometry::ApproximableCurve*>(g.get()))
-        return geometry::GeometryFactory::toWkb(std::shared_ptr<const geometry::Geometry>(curve->approximateGeometry(QSizeF())), QSysInfo::LittleEndian);
-    if (auto* surface = dynamic_cast<const geometry::ApproximableSurface*>(g.get()))
-        return geometry::GeometryFactory::toWkb(std::shared_ptr<const geometry::Geometry>(surface->approximateGeometry(QSizeF())), QSysInfo::LittleEndian);
-    return geometry::GeometryFactory::toWkb(g, QSysInfo::LittleEndian);
+    using namespace geometry;
+    if (g.isEmpty())
+        return;
+    switch (g.type()) {
+    case GeometryType::Point:
+    case GeometryType::LineString:
+    case GeometryType::Polygon:
+        out.push_back(g.clone());
+        return;
+    case GeometryType::MultiPoint:
+        for (const QPointF& p : static_cast<const MultiPoint&>(g).points())
+            out.push_back(std::make_shared<Point>(p));
+        return;
+    case GeometryType::MultiLineString:
+        for (const QVector<QPointF>& line : static_cast<const MultiLineString&>(g).lines())
+            out.push_back(std::make_shared<LineString>(line));
+        return;
+    case GeometryType::MultiPolygon:
+        for (const QVector<Ring>& rings : static_cast<const MultiPolygon&>(g).polygons())
+            out.push_back(std::make_shared<Polygon>(rings));
+        return;
+    case GeometryType::Collection:
+        for (const auto& member : static_cast<const GeometryCollection&>(g).members()) {
+            if (member)
+                appendSimpleParts(*member, out);
+        }
+        return;
+    default:
+        appendSimpleParts(*linearized(std::shared_ptr<const Geometry>(g.clone())), out);
+        return;
+    }
+}
+
+// What SpatiaLite can hold of g, or null. SpatiaLite has no curves (they
+// travel as their default approximation), no empty geometries (an empty
+// point would become POINT(nan nan)) and reads no collection inside a
+// collection (it would keep the first point only): a collection is written
+// flat, as the simple parts it is made of.
+std::shared_ptr<const geometry::Geometry> spatialiteForm(const std::shared_ptr<const geometry::Geometry>& g)
+{
+    if (!g || g->isEmpty())
+        return nullptr;
+    if (g->type() != geometry::GeometryType::Collection)
+        return geometry::linearized(g);
+    std::vector<std::shared_ptr<geometry::Geometry>> parts;
+    appendSimpleParts(*g, parts);
+    if (parts.empty())
+        return nullptr;
+    return std::make_shared<geometry::GeometryCollection>(std::move(parts));
 }
 
 void resultBlob(sqlite3_context* ctx, const QByteArray& blob)
@@ -100,7 +145,10 @@ std::shared_ptr<cs::CoordSystem> toCS(sqlite3_value* value)
 QByteArray toGaia(const std::shared_ptr<const geometry::Geometry>& geometry, EngineCache* cache)
 {
     try {
-        const QByteArray wkb = linearWkb(geometry);
+        const std::shared_ptr<const geometry::Geometry> simple = spatialiteForm(geometry);
+        if (!simple)
+            return QByteArray();
+        const QByteArray wkb = geometry::GeometryFactory::toWkb(simple, QSysInfo::LittleEndian);
         if (wkb.isEmpty())
             return QByteArray();
         std::unique_ptr<gaiaGeomColl, GaiaDeleter> collection(

@@ -21,6 +21,8 @@ void toTesGeo(const std::shared_ptr<const geometry::Geometry>& geometry, sqlite3
 
 std::shared_ptr<cs::CoordSystem> toCS(sqlite3_value* value);
 
+// The SpatiaLite blob: curves approximated, collections flat (SpatiaLite
+// reads none inside another), empty when the geometry has no non-empty part.
 QByteArray toGaia(const std::shared_ptr<const geometry::Geometry>& geometry, EngineCache* cache);
 void toGaia(const std::shared_ptr<const geometry::Geometry>& geometry, sqlite3_context* ctx, EngineCache* cache);
 

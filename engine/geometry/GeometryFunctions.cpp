@@ -13,6 +13,7 @@
 #include <QByteArray>
 #include <QLoggingCategory>
 #include <QRectF>
+#include <cmath>
 #include <exception>
 #include <string>
 
@@ -96,8 +97,20 @@ bool ruledOut(const GeometryPtr& a, const GeometryPtr& b, Envelopes need)
         return false;
     if (a->isEmpty() || b->isEmpty())
         return false;   // the host's answer
-    const QRectF ra = a->boundingRect().normalized();
-    const QRectF rb = b->boundingRect().normalized();
+    QRectF ra = a->boundingRect().normalized();
+    QRectF rb = b->boundingRect().normalized();
+    // In longitude and latitude an edge may take the short way across +-180,
+    // outside its box: then the boxes tell nothing about longitudes.
+    if (csA && csA->isGeographic()) {
+        const double half = csA->axisUnitFactor() > 0.0 ? M_PI / csA->axisUnitFactor() : 180.0;
+        auto reaches = [half](const QRectF& r) { return r.width() >= half || r.left() <= -half || r.right() >= half; };
+        if (reaches(ra) || reaches(rb)) {
+            ra.setLeft(-1e300);
+            ra.setRight(1e300);
+            rb.setLeft(-1e300);
+            rb.setRight(1e300);
+        }
+    }
     // Compared by hand: QRectF treats the zero-size box of a point as null.
     if (ra.right() < rb.left() || rb.right() < ra.left() || ra.bottom() < rb.top() || rb.bottom() < ra.top())
         return true;

@@ -18,11 +18,16 @@
 // geographic system of their datum first and read geometries without a
 // system as degrees on WGS84. Curves are measured on their linear form.
 //
-// Smallest distances: GEOS finds the closest pair of points (in degrees on
-// the earth), which on the earth is then refined along the geodesic edges it
-// lies on; see algorithms/GeodesicNearest.h for the remaining approximation.
+// Smallest distances: GEOS in the plane; on the earth the closest pair of
+// points on the geodesic edges (algorithms/GeodesicNearest.h), measured by
+// the model. Two geometries in different coordinate systems meet in one
+// chosen whatever their order (the geographic one, else the first by tagged
+// string), so that a distance does not depend on the order of its arguments.
 //
-// Failures: std::invalid_argument for a missing or empty geometry, an unknown
+// An empty geometry has area, length and perimeter 0.
+//
+// Failures: std::invalid_argument for a missing geometry, an empty one in a
+// distance, an unknown
 // unit or mode, latitudes beyond the poles, longitude/latitude in the
 // cartesian model; std::runtime_error when a transformation fails or
 // Vincenty's iteration does not converge (nearly antipodal points).
@@ -82,7 +87,9 @@ double vincentyObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr&
 // Predicates (GEOS). Geometries in different coordinate systems are compared
 // after transforming b into a's system; when only one of them has a system,
 // the other is taken to lie in it (labelled and fitted, not transformed).
-// An empty operand makes every predicate false.
+// An empty operand makes every predicate false. In longitude and latitude an
+// edge takes the shorter way round, across +-180 when that is shorter (as the
+// measures read it): a box from 170 to 190 degrees is 20 degrees wide.
 bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
 bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b);        // a holds all of b
 bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b); // a holds b's centroid

@@ -6,9 +6,16 @@
 namespace tessera::geometry {
 
 namespace {
-constexpr int defaultSegments = 64;
 constexpr int minSegments = 8;
 constexpr int maxSegments = 4096;
+}
+
+int accurateSegmentsPerTurn()
+{
+    // 1 - sin(h)/h < h^2/6: with half the allowed error, for a margin over
+    // the rounding of coordinates.
+    static const int segments = int(std::ceil(2.0 * M_PI / std::sqrt(6.0 * defaultRelativeError / 2.0)));
+    return segments;
 }
 
 int segmentsPerTurn(const QSizeF& pixel, double radius)
@@ -19,7 +26,7 @@ int segmentsPerTurn(const QSizeF& pixel, double radius)
     else
         step = std::max(pixel.width(), pixel.height());
     if (!(step > 0.0) || !std::isfinite(step) || !(radius > 0.0) || !std::isfinite(radius))
-        return defaultSegments;
+        return accurateSegmentsPerTurn();
     if (step >= radius)
         return minSegments;
     // A chord over angle a strays r * (1 - cos(a / 2)) from the arc.

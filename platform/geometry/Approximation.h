@@ -7,9 +7,18 @@
 
 namespace tessera::geometry {
 
+// Relative accuracy of the default approximation, in area and in length.
+constexpr double defaultRelativeError = 1e-6;
+
+// Segments per full turn that keep the area and the length of an ellipse's
+// polygon within defaultRelativeError of the curve's. Sampled at equal steps
+// of the parametric angle h, the polygon's area is sin(h)/h of the ellipse's
+// (whatever the ratio of the radii) and its length short by about h^2/24.
+int accurateSegmentsPerTurn();
+
 // Segments per full turn so that no chord strays more than one pixel
 // (the smaller side of `pixel`) from an ellipse whose larger radius is
-// `radius`. An invalid or empty pixel size gives the default of 64.
+// `radius`. An invalid or empty pixel size gives accurateSegmentsPerTurn().
 int segmentsPerTurn(const QSizeF& pixel, double radius);
 
 // The parametric angle (radians) of the point of the ellipse with radii

@@ -242,7 +242,8 @@ private:
 
 // Geometries without an exact linear form. approximateGeometry() gives the
 // linear form; `size` is the size of one output pixel in the geometry's units
-// (an invalid size asks for the default precision, 64 segments per full turn).
+// (an invalid size asks for the default precision: area and length within
+// 1e-6 of the curve's, see Approximation.h).
 // The linear form carries the coordinate system of the original.
 class ApproximableCurve : public Geometry {
 public:

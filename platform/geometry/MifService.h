@@ -20,7 +20,8 @@ public:
 
 // Reading options: the delimiter of the data part, the decimal separator of
 // numbers, and the number of segments used for a full circle where a curve
-// must be cut into lines. 8 bytes: two UTF-16 characters and a 32-bit number.
+// must be cut into lines (at least the default approximation of curves, see
+// Approximation.h). 8 bytes: two UTF-16 characters and a 32-bit number.
 struct MifSetup {
     QChar delimiter{','};
     QChar decimalSeparator{','};

@@ -37,4 +37,21 @@ std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystems(const ConstGeome
     return {a, b};
 }
 
+std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystemsSymmetrically(const ConstGeometryPtr& a,
+                                                                             const ConstGeometryPtr& b, bool inPlane)
+{
+    if (!a || !b)
+        throw std::invalid_argument("No geometry");
+    const CoordSystemPtr& csA = a->coordSystem();
+    const CoordSystemPtr& csB = b->coordSystem();
+    if (!csA || !csB || csA == csB || csA->isEquivalentTo(*csB))
+        return alignCoordSystems(a, b);
+    const bool bFirst = csA->isGeographic() != csB->isGeographic()
+        ? csB->isGeographic() != inPlane
+        : csB->taggedString() < csA->taggedString();
+    if (!bFirst)
+        return {a, b->transformed(csA)};
+    return {a->transformed(csB), b};
+}
+
 } // namespace tessera::geometry

@@ -13,4 +13,12 @@ namespace tessera::geometry {
 // geometry and std::runtime_error when the transformation fails.
 std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystems(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
 
+// The same, except that two different systems meet in one chosen without
+// regard to the order of the arguments, so that a measure of (a, b) equals
+// that of (b, a): the geographic one (the earth, not one of its maps) or, for
+// a measure in the plane, the projected one; else the one whose tagged string
+// sorts first.
+std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystemsSymmetrically(const ConstGeometryPtr& a,
+                                                                             const ConstGeometryPtr& b, bool inPlane);
+
 } // namespace tessera::geometry

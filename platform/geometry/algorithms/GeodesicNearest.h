@@ -1,13 +1,19 @@
 #pragma once
-// The smallest distance between two shapes on the earth. GEOS finds the
-// closest pair of points in degrees; on the earth the edges are geodesics, so
-// that pair is refined on the edges it lies on: the point on one edge closest
-// to the other edge's point is searched for along the geodesic, alternately on
-// both edges, and the model measures the final pair. The result is never
-// larger than the distance of the pair found in degrees. Only the edges at
-// that pair are searched: when another edge is closer on the earth than in
-// degrees (very long edges, high latitudes), the result may still be a little
-// too large.
+// The closest pair of points of two shapes on the earth, whose edges are
+// geodesics (the shortest way between their ends, across +-180 degrees when
+// that is shorter), as the areas read them.
+//
+// Every pair of edges is measured on the surface: the point of a geodesic
+// edge closest to a point is found by Newton-like steps along the edge (the
+// spherical foot of the perpendicular, corrected until the step vanishes),
+// two edges that cross are 0 apart (the crossing found with the gnomonic
+// projection, in which geodesics through its centre are straight), and two
+// that do not are as far apart as the nearest of their four ends is from the
+// other edge. Pairs that cannot beat the best pair so far are skipped with a
+// lower bound from a sphere of reduced latitudes, on which every edge lies
+// within a ball around its middle. A part of one shape that lies inside a
+// polygon of the other makes the distance 0; a ring encloses the smaller of
+// the two sides it divides the earth into, as in the areas.
 
 #include "platform/geometry/algorithms/EarthModel.h"
 
@@ -17,22 +23,20 @@ namespace tessera::geometry {
 
 class GeodesicNearest {
 public:
-    // `model` measures; `surface` traces the edges (the sphere of a spherical
-    // model, else the ellipsoid of the coordinates).
-    GeodesicNearest(const EarthModel& model, const Ellipsoid& surface);
+    // `surface` is the sphere of a spherical model or the ellipsoid.
+    explicit GeodesicNearest(const Ellipsoid& surface);
 
-    // a and b: linear geometries in degrees (x the longitude); seedA and
-    // seedB: their closest points in degrees.
-    double distance(const Geometry& a, const Geometry& b, const QPointF& seedA, const QPointF& seedB) const;
-
-    struct Segment {
-        QPointF from, to;
+    struct Closest {
+        double distance;   // metres on the surface; 0 when the shapes meet
+        QPointF a, b;      // the two points, longitude and latitude
     };
 
-private:
-    QPointF closestOn(const Segment& s, const QPointF& p) const;
+    // a and b: linear geometries in degrees (x the longitude), not empty.
+    Closest closest(const Geometry& a, const Geometry& b) const;
 
-    const EarthModel& model;
+private:
+    struct Impl;
+    Ellipsoid surface;
     GeographicLib::Geodesic geodesic;
 };
 

@@ -38,6 +38,14 @@ void requireGeometry(const ConstGeometryPtr& g)
         throw std::invalid_argument("The geometry is empty");
 }
 
+// An empty geometry has no extent: its area, length and perimeter are 0.
+bool isNothing(const ConstGeometryPtr& g)
+{
+    if (!g)
+        throw std::invalid_argument("No geometry");
+    return g->isEmpty();
+}
+
 // 255 picks by the coordinate system; any other value names its model.
 CalcMode resolve(CalcMode mode, const ConstGeometryPtr& g)
 {
@@ -136,7 +144,7 @@ struct FramedPair {
     {
         requireGeometry(a);
         requireGeometry(b);
-        const auto [ga, gb] = alignCoordSystems(a, b);
+        const auto [ga, gb] = alignCoordSystemsSymmetrically(a, b, requested == CalcMode::Cartesian);
         mode = resolve(requested, ga);
         fa = frameFor(mode, ga);
         fb = frameFor(mode, gb);
@@ -157,11 +165,13 @@ double minDistanceInMetres(CalcMode requested, const ConstGeometryPtr& a, const 
             throw std::runtime_error("GEOS distance failed: " + p.geos.lastError());
         return d * p.fa.unitInMetres;
     }
-    // On the earth: the pair closest in degrees, refined along geodesic edges.
-    const auto [pa, pb] = p.geos.nearestPoints(p.ea.get(), p.eb.get());
-    const auto model = modelFor(p.mode, p.fa);
+    // On the earth: the closest pair on the geodesic edges, measured by the
+    // model (Lambert's and Vincenty's formulas on the ellipsoid's pair).
     const Ellipsoid surface = p.mode == CalcMode::Spherical ? Ellipsoid{sphereRadius, 0.0} : p.fa.ellipsoid;
-    return GeodesicNearest(*model, surface).distance(*p.fa.geometry, *p.fb.geometry, pa, pb);
+    const GeodesicNearest::Closest c = GeodesicNearest(surface).closest(*p.fa.geometry, *p.fb.geometry);
+    if (c.distance == 0.0)
+        return 0.0;
+    return modelFor(p.mode, p.fa)->distance(c.a, c.b);
 }
 
 double centroidDistanceInMetres(CalcMode requested, const ConstGeometryPtr& a, const ConstGeometryPtr& b)
@@ -177,21 +187,24 @@ double centroidDistanceInMetres(CalcMode requested, const ConstGeometryPtr& a, c
 double area(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode)
 {
     const double factor = units::areaFactor(unit);
-    requireGeometry(g);
+    if (isNothing(g))
+        return 0.0;
     return areaInMetres(resolve(mode, g), g) / factor;
 }
 
 double length(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode)
 {
     const double factor = units::lengthFactor(unit);
-    requireGeometry(g);
+    if (isNothing(g))
+        return 0.0;
     return lengthInMetres(resolve(mode, g), g) / factor;
 }
 
 double perimeter(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode)
 {
     const double factor = units::lengthFactor(unit);
-    requireGeometry(g);
+    if (isNothing(g))
+        return 0.0;
     return perimeterInMetres(resolve(mode, g), g) / factor;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/geometry/algorithms/MifReader.h"
 
+#include "platform/geometry/Approximation.h"
+
 #include <QLocale>
 #include <algorithm>
 #include <cmath>
@@ -342,7 +344,10 @@ GeometryPtr MifReader::arc()
     double sweep = std::fmod(end - start, 360.0);
     if (sweep <= 0.0)
         sweep += 360.0;
-    const double perTurn = setup.resolution > 0 ? std::min<quint32>(setup.resolution, maxResolution) : 64;
+    // The set-up may ask for more segments, never for a coarser arc than the
+    // default approximation of curves.
+    const double perTurn = std::max<quint32>(std::min<quint32>(setup.resolution, maxResolution),
+                                             quint32(accurateSegmentsPerTurn()));
     const int segments = std::max(1, static_cast<int>(std::ceil(perTurn * sweep / 360.0)));
     const QPointF c = r.center();
     const double rx = r.width() / 2.0;

@@ -20,31 +20,145 @@ namespace {
 using PreparedTest = char (*)(GEOSContextHandle_t, const GEOSPreparedGeometry*, const GEOSGeometry*);
 using PlainTest = char (*)(GEOSContextHandle_t, const GEOSGeometry*, const GEOSGeometry*);
 
+// --- Longitude and latitude across +-180 --------------------------------------
+//
+// The measures on the earth take every edge the shorter way round, so a box
+// from 170 to 190 degrees (stored as 170 and -170) is 20 degrees wide. GEOS
+// sees the plane: there, edges of geographic shapes are made continuous in
+// longitude, and the other operand is also tried a turn east and west.
+
+// A full turn in the geometry's angular unit; 0 when it is not geographic.
+double fullTurn(const ConstGeometryPtr& g)
+{
+    const CoordSystemPtr& coordSystem = g->coordSystem();
+    if (!coordSystem || !coordSystem->isGeographic())
+        return 0.0;
+    const double factor = coordSystem->axisUnitFactor();
+    return factor > 0.0 ? 2.0 * M_PI / factor : 360.0;
+}
+
+// Each longitude within half a turn of the one before. A ring that winds
+// around a pole cannot close that way and stays as it is.
+bool unwrapPath(QVector<QPointF>& pts, double turn, bool ring)
+{
+    QVector<QPointF> out = pts;
+    bool changed = false;
+    for (int i = 1; i < out.size(); ++i) {
+        const double dx = out[i].x() - out[i - 1].x();
+        if (std::abs(dx) > turn / 2) {
+            out[i].rx() -= turn * std::round(dx / turn);
+            changed = true;
+        }
+    }
+    if (!changed || (ring && out.size() > 1 && pts.front() == pts.back() && out.front() != out.back()))
+        return false;
+    pts = std::move(out);
+    return true;
+}
+
+std::shared_ptr<Geometry> unwrapped(const Geometry& g, double turn, bool& changed)
+{
+    auto paths = [&](QVector<QVector<QPointF>> lines, bool rings) {
+        for (QVector<QPointF>& line : lines)
+            changed = unwrapPath(line, turn, rings) || changed;
+        return lines;
+    };
+    std::shared_ptr<Geometry> result;
+    switch (g.type()) {
+    case GeometryType::LineString:
+        result = std::make_shared<LineString>(paths({static_cast<const LineString&>(g).points()}, false).front());
+        break;
+    case GeometryType::MultiLineString:
+        result = std::make_shared<MultiLineString>(paths(static_cast<const MultiLineString&>(g).lines(), false));
+        break;
+    case GeometryType::Polygon:
+        result = std::make_shared<Polygon>(paths(static_cast<const Polygon&>(g).rings(), true));
+        break;
+    case GeometryType::MultiPolygon: {
+        QVector<QVector<Ring>> polygons = static_cast<const MultiPolygon&>(g).polygons();
+        for (QVector<Ring>& rings : polygons)
+            rings = paths(rings, true);
+        result = std::make_shared<MultiPolygon>(std::move(polygons));
+        break;
+    }
+    case GeometryType::Collection: {
+        std::vector<std::shared_ptr<Geometry>> members;
+        for (const std::shared_ptr<Geometry>& member : static_cast<const GeometryCollection&>(g).members()) {
+            if (member)
+                members.push_back(unwrapped(*member, turn, changed));
+        }
+        result = std::make_shared<GeometryCollection>(std::move(members));
+        break;
+    }
+    case GeometryType::Point:
+    case GeometryType::MultiPoint:
+        return g.clone();
+    default:
+        return unwrapped(*linearized(std::shared_ptr<const Geometry>(g.clone())), turn, changed);
+    }
+    result->setCoordSystem(g.coordSystem());
+    return result;
+}
+
+// g itself when none of its edges crosses +-180.
+ConstGeometryPtr unwrapped(const ConstGeometryPtr& g, double turn)
+{
+    bool changed = false;
+    std::shared_ptr<Geometry> u = unwrapped(*g, turn, changed);
+    return changed ? u : g;
+}
+
+bool reachesAntimeridian(const ConstGeometryPtr& g, double turn)
+{
+    const QRectF box = g->boundingRect().normalized();
+    return box.left() <= -turn / 2 || box.right() >= turn / 2;
+}
+
+ConstGeometryPtr shifted(const ConstGeometryPtr& g, double dx)
+{
+    if (dx == 0.0)
+        return g;
+    std::shared_ptr<Geometry> copy = g->clone();
+    copy->transformPoints([dx](const QPointF& p) { return QPointF(p.x() + dx, p.y()); });
+    return copy;
+}
+
+// test(a, b) on aligned, non-empty operands, for shapes on the earth also
+// with their edges the shorter way round and b a turn east and west.
+template <class Test>
+bool onTheEarth(const ConstGeometryPtr& a, const ConstGeometryPtr& b, Test test)
+{
+    const double turn = fullTurn(a);
+    if (turn == 0.0)
+        return test(a, b);
+    const ConstGeometryPtr ua = unwrapped(a, turn);
+    const ConstGeometryPtr ub = unwrapped(b, turn);
+    if (ua == a && ub == b && !reachesAntimeridian(a, turn) && !reachesAntimeridian(b, turn))
+        return test(a, b);
+    for (const double dx : {0.0, -turn, turn}) {
+        if (test(ua, shifted(ub, dx)))
+            return true;
+    }
+    return false;
+}
+
 // a against b, with a's GEOS form remembered (a is the side a join repeats).
-// Empty operands relate to nothing; GEOS compares envelopes first by itself.
+// GEOS compares envelopes first by itself.
 bool relate(const ConstGeometryPtr& a, const ConstGeometryPtr& b, PreparedTest prepared, PlainTest plain)
 {
-    const auto [ga, gb] = alignCoordSystems(a, b);
-    if (ga->isEmpty() || gb->isEmpty())
-        return false;
     const GeosAdapter geos;
-    const GeosGeometry eb = geos.toGeos(gb);
-    const auto ea = geos.remember(ga);
+    const GeosGeometry eb = geos.toGeos(b);
+    const auto ea = geos.remember(a);
     return geos.check(ea.prepared ? prepared(geos.handle(), ea.prepared, eb.get())
                                   : plain(geos.handle(), ea.geometry, eb.get()));
 }
 
-} // namespace
-
-bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+bool intersectsPlane(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
-    const auto [ga, gb] = alignCoordSystems(a, b);
-    if (ga->isEmpty() || gb->isEmpty())
-        return false;
     // Symmetric: whichever side a join repeats can be the prepared one.
     const GeosAdapter geos;
-    const auto ea = geos.remember(ga);
-    const auto eb = geos.remember(gb);
+    const auto ea = geos.remember(a);
+    const auto eb = geos.remember(b);
     if (ea.prepared)
         return geos.check(GEOSPreparedIntersects_r(geos.handle(), ea.prepared, eb.geometry));
     if (eb.prepared)
@@ -52,24 +166,45 @@ bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
     return geos.check(GEOSIntersects_r(geos.handle(), ea.geometry, eb.geometry));
 }
 
-bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+bool containsCentroidPlane(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
-    return relate(a, b, &GEOSPreparedContains_r, &GEOSContains_r);
+    const GeosAdapter geos;
+    const GeosGeometry eb = geos.toGeos(b);
+    const QPointF c = geos.centroid(eb.get());
+    const GeosGeometry point = geos.own(GEOSGeom_createPointFromXY_r(geos.handle(), c.x(), c.y()));
+    const auto ea = geos.remember(a);
+    // A centroid on a's boundary counts as held.
+    return geos.check(ea.prepared ? GEOSPreparedIntersects_r(geos.handle(), ea.prepared, point.get())
+                                  : GEOSIntersects_r(geos.handle(), ea.geometry, point.get()));
 }
 
-bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+// Empty operands relate to nothing.
+template <class Test>
+bool predicate(const ConstGeometryPtr& a, const ConstGeometryPtr& b, Test test)
 {
     const auto [ga, gb] = alignCoordSystems(a, b);
     if (ga->isEmpty() || gb->isEmpty())
         return false;
-    const GeosAdapter geos;
-    const GeosGeometry eb = geos.toGeos(gb);
-    const QPointF c = geos.centroid(eb.get());
-    const GeosGeometry point = geos.own(GEOSGeom_createPointFromXY_r(geos.handle(), c.x(), c.y()));
-    const auto ea = geos.remember(ga);
-    // A centroid on a's boundary counts as held.
-    return geos.check(ea.prepared ? GEOSPreparedIntersects_r(geos.handle(), ea.prepared, point.get())
-                                  : GEOSIntersects_r(geos.handle(), ea.geometry, point.get()));
+    return onTheEarth(ga, gb, test);
+}
+
+} // namespace
+
+bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+{
+    return predicate(a, b, &intersectsPlane);
+}
+
+bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+{
+    return predicate(a, b, [](const ConstGeometryPtr& ga, const ConstGeometryPtr& gb) {
+        return relate(ga, gb, &GEOSPreparedContains_r, &GEOSContains_r);
+    });
+}
+
+bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+{
+    return predicate(a, b, &containsCentroidPlane);
 }
 
 GeometryPtr NearestPoints(const ConstGeometryPtr& a, const ConstGeometryPtr& b)

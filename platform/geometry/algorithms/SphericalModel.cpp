@@ -27,22 +27,24 @@ double SphericalModel::ringArea(const Ring& ring) const
         return 0.0;
     // Each great-circle edge and the equator bound a region whose excess E is
     // tan(E/2) = tan(dl/2) (t1 + t2) / (1 + t1 t2), t = tan(phi/2); the signed
-    // sum over a closed ring is the excess of the ring.
+    // sum over a closed ring is the area on its right, less a hemisphere for
+    // every turn the ring makes around the pole.
     double excess = 0.0;
+    double turn = 0.0;
     const int n = ring.size();
     for (int i = 0; i < n; ++i) {
         const QPointF& a = ring[i];
         const QPointF& b = ring[(i + 1) % n];
-        double dl = std::remainder((b.x() - a.x()) * toRad, 2 * pi);
+        const double dl = std::remainder((b.x() - a.x()) * toRad, 2 * pi);
         const double t1 = std::tan(a.y() * toRad / 2);
         const double t2 = std::tan(b.y() * toRad / 2);
         excess += 2.0 * std::atan2(std::tan(dl / 2) * (t1 + t2), 1.0 + t1 * t2);
+        turn += dl;
     }
-    double area = std::abs(excess);
-    area = std::fmod(area, 4 * pi);
-    if (area > 2 * pi)   // the ring encloses the smaller side
-        area = 4 * pi - area;
-    return area * radius * radius;
+    // The area on the left, then the smaller of the two sides, as the
+    // ellipsoidal model reads a ring (either orientation counts).
+    const double left = 2 * pi * std::round(turn / (2 * pi)) - excess;
+    return std::abs(std::remainder(left, 4 * pi)) * radius * radius;
 }
 
 } // namespace tessera::geometry

@@ -183,6 +183,73 @@ TEST(GeometryFunctions, TesGeoAndSpatiaLiteConversions)
     EXPECT_EQ(sql.error("Select ToTesGeo()"), "Invalid argument count. Usage: ToTesGeo (geometry[,coordinate system string]).");
 }
 
+// SpatiaLite reads no collection inside a collection and has no empty
+// point: such values leave the engine flattened into their simple parts, or
+// as NULL, never as another geometry.
+TEST(GeometryFunctions, SpatiaLiteFormsOfNestedAndEmptyGeometries)
+{
+    GeometrySqlHarness sql;
+    using namespace geometry;
+    using Members = std::vector<std::shared_ptr<Geometry>>;
+    const auto nested = std::make_shared<GeometryCollection>(Members{
+        std::make_shared<GeometryCollection>(Members{std::make_shared<Point>(QPointF(0, 0)),
+                                                     std::make_shared<LineString>(QVector<QPointF>{{1, 1}, {2, 2}})}),
+        std::make_shared<MultiPoint>(QVector<QPointF>{{5, 5}, {6, 6}}),
+        std::make_shared<Point>(),
+        std::make_shared<GeometryCollection>(Members{
+            std::make_shared<Polygon>(QVector<Ring>{{{0, 0}, {4, 0}, {4, 4}, {0, 0}}})})});
+    const std::string g = tesGeoLiteral(nested);
+    const std::string flat =
+        "GEOMETRYCOLLECTION(POINT(0 0), POINT(5 5), POINT(6 6), LINESTRING(1 1, 2 2), POLYGON((0 0, 4 0, 4 4, 0 0)))";
+    const struct {
+        const char* name;
+        std::string query;
+        const char* expected;   // null: SQL NULL
+    } cases[] = {
+        {"FromTesGeo", "AsText(FromTesGeo(" + g + "))", flat.c_str()},
+        {"TransformToSLGeo", "AsText(TransformToSLGeo(" + g + ", 'EPSG:4326'))", flat.c_str()},
+        {"Centroid lies on a part", "ST_Intersects(Centroid(" + g + "), FromTesGeo(" + g + "))", "1"},
+        // The same collection as plain WKB: GC(GC(POINT(0 0), LINESTRING(1 1, 2 2)), POINT(5 5)).
+        {"plain WKB in",
+         "AsText(FromTesGeo(X'01070000000200000001070000000200000001010000000000000000000000000000000000000001020000"
+         "0002000000000000000000f03f000000000000f03f0000000000000040000000000000004001010000000000000000001440000000"
+         "0000001440'))",
+         "GEOMETRYCOLLECTION(POINT(0 0), POINT(5 5), LINESTRING(1 1, 2 2))"},
+        {"empty point", "FromTesGeo(" + tesGeoLiteral(std::make_shared<Point>()) + ")", nullptr},
+        {"empty point, transformed", "TransformToSLGeo(" + tesGeoLiteral(std::make_shared<Point>()) + ", 'EPSG:4326')",
+         nullptr},
+        {"collection of empty parts",
+         "FromTesGeo(" + tesGeoLiteral(std::make_shared<GeometryCollection>(Members{std::make_shared<Point>(),
+                                                                                    std::make_shared<Polygon>()}))
+             + ")",
+         nullptr},
+    };
+    for (const auto& c : cases) {
+        const GeoResult r = sql.query("Select " + c.query);
+        ASSERT_TRUE(r.ok) << c.name << ": " << r.error;
+        if (!c.expected)
+            EXPECT_EQ(r.type, SQLITE_NULL) << c.name;
+        else
+            EXPECT_EQ(r.type == SQLITE_INTEGER ? std::to_string(r.integer) : r.text, c.expected) << c.name;
+    }
+}
+
+// SRID 0 means no coordinate system: a table whose system has no EPSG code
+// (as a MIF file's may) registers it under its code, 0, when its columns are
+// made; that must not give SRID-0 geometries that system.
+TEST(GeometryFunctions, SridZeroStaysWithoutCoordinateSystem)
+{
+    GeometrySqlHarness sql;
+    const auto custom = cs::CoordSysFactory::defaultCoordSysFactory()->createFromTaggedString(
+        QStringLiteral("+proj=tmerc +lon_0=12 +k=1 +x_0=0 +y_0=0 +ellps=WGS84 +units=m +no_defs +type=crs"));
+    ASSERT_TRUE(custom);
+    ASSERT_EQ(custom->epsg(), 0);
+    sql.engineCache().save(custom->epsg(), custom);
+    EXPECT_EQ(sql.text("Select AsText(FromTesGeo(TransformToTesGeo(GeomFromText('POINT(0 0)'), 'EPSG:4326')))"),
+              "POINT(0 0)");
+    EXPECT_TRUE(sql.isNull("Select RetrieveCS(GeomFromText('POINT(0 0)'))"));
+}
+
 TEST(GeometryFunctions, TransformWithTwoAndThreeArguments)
 {
     GeometrySqlHarness sql;

@@ -9,6 +9,8 @@
 #include "engine/geometry/GeometryMeasureFunctions.h"
 #include "platform/geometry/Geometry.h"
 
+#include <GeographicLib/Geodesic.hpp>
+
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -231,6 +233,88 @@ TEST(GeometryMeasureFunctions, SharingACoordinateSystemLabelsACopyOfTheBareGeome
     EXPECT_EQ(c, labelledPoint);
     EXPECT_EQ(d, mercator);
     EXPECT_EQ(d->coordSystem()->epsg(), 3857);
+}
+
+// The probes of the earth's measures, through SQL. References: GeographicLib
+// outside the code under test (PolygonArea on a sphere of the mean radius:
+// 2,485,429.7 sq km; the closest point of the geodesic sampled along a
+// GeodesicLine: 1,001,525.8 m and 18,455 km), see the platform tests.
+TEST(GeometryMeasureFunctions, EarthProbes)
+{
+    GeometrySqlHarness sql;
+    const std::string across = geom("POLYGON((170 -10, 190 -10, 190 10, 170 10, 170 -10))", 4326);
+    const struct {
+        const char* name;
+        std::string query;
+        double expected, tolerance;
+    } cases[] = {
+        {"ring around the pole on the sphere",
+         "SphericalArea(" + geom("POLYGON((-180 80, -90 80, 0 80, 90 80, -180 80))", 4326) + ", 'sq km')", 2485429.7, 0.1},
+        {"...clockwise", "SphericalArea(" + geom("POLYGON((0 80, -90 80, 180 80, 90 80, 0 80))", 4326) + ", 'sq km')",
+         2485429.7, 0.1},
+        {"point to a line bowing north",
+         "ObjectDistance(" + point(0, 45, 4326) + ", " + geom("LINESTRING(-30 50, 30 50)", 4326) + ", 'm')", 1001525.8, 0.05},
+        {"box across 180 to (0 0)", "ObjectDistance(" + across + ", " + point(0, 0, 4326) + ", 'km')", 18455, 1},
+        {"...labelled and fitted",
+         "ObjectDistance(ToTesGeo(" + geom("POLYGON((170 -10, 190 -10, 190 10, 170 10, 170 -10))") + ", 'EPSG:4326'), "
+             + point(0, 0, 4326) + ", 'km')",
+         18455, 1},
+        {"point in that box", "ObjectDistance(" + across + ", " + point(-175, 5, 4326) + ", 'm')", 0, 0},
+    };
+    for (const auto& c : cases)
+        EXPECT_NEAR(sql.real("Select " + c.query), c.expected, c.tolerance) << c.name;
+    EXPECT_EQ(sql.integer("Select GeometryIntersects(" + across + ", " + point(0, 0, 4326) + ")"), 0);
+    EXPECT_EQ(sql.integer("Select GeometryIntersects(" + across + ", " + point(-175, 5, 4326) + ")"), 1);
+}
+
+TEST(GeometryMeasureFunctions, EmptyGeometriesMeasureNothing)
+{
+    GeometrySqlHarness sql;
+    using namespace geometry;
+    const std::string empties[] = {
+        tesGeoLiteral(std::make_shared<Point>()),
+        tesGeoLiteral(std::make_shared<LineString>()),
+        tesGeoLiteral(std::make_shared<Polygon>()),
+        tesGeoLiteral(std::make_shared<MultiPolygon>()),
+        tesGeoLiteral(std::make_shared<GeometryCollection>()),
+    };
+    for (const std::string& g : empties) {
+        for (const char* f : {"ObjectArea(", "SphericalArea(", "EllipsoidalArea("})
+            EXPECT_EQ(sql.real(std::string("Select ") + f + g + ", 'sq m')"), 0.0) << f << g;
+        for (const char* f : {"ObjectLen(", "ObjectPerimeter(", "CartesianObjectLen(", "VincentyPerimeter("})
+            EXPECT_EQ(sql.real(std::string("Select ") + f + g + ", 'm')"), 0.0) << f << g;
+    }
+    // A whole query is not aborted by one empty row.
+    EXPECT_EQ(sql.real("Select Sum(ObjectArea(g, 'sq m')) From (Select " + empties[2] + " As g Union All Select "
+                       + geom("POLYGON((0 0, 2 0, 2 2, 0 2, 0 0))") + ")"),
+              4.0);
+}
+
+// Two coordinate systems: the distance is the same in either order, on the
+// earth rather than in the map of whichever came first. Web mercator (3 50)
+// is x = a lon, y = a ln tan(pi/4 + lat/2); references: GeographicLib's
+// Inverse on WGS84 and the haversine on the mean sphere.
+TEST(GeometryMeasureFunctions, DistanceIgnoresTheOrderOfCoordinateSystems)
+{
+    GeometrySqlHarness sql;
+    const std::string lonLat = point(2, 60, 4326);
+    const std::string web = point(wgs84A * 3 * degree, wgs84A * std::log(std::tan(pi / 4 + 25 * degree)), 3857);
+    double geodesic = 0;
+    GeographicLib::Geodesic::WGS84().Inverse(60, 2, 50, 3, geodesic);
+    const struct {
+        const char* f;
+        double expected;
+    } cases[] = {
+        {"ObjectDistance", geodesic},
+        {"CentroidDistance", geodesic},
+        {"VincentyDistance", geodesic},
+        {"SphericalDistance", haversine(2, 60, 3, 50)},
+    };
+    for (const auto& c : cases) {
+        const double ab = sql.real(std::string("Select ") + c.f + "(" + lonLat + ", " + web + ", 'm')");
+        EXPECT_EQ(ab, sql.real(std::string("Select ") + c.f + "(" + web + ", " + lonLat + ", 'm')")) << c.f;
+        EXPECT_NEAR(ab, c.expected, 1e-3) << c.f;
+    }
 }
 
 TEST(GeometryMeasureFunctions, BadInput)

@@ -5,6 +5,7 @@
 // written in SQL with SpatiaLite's GeomFromText and read back with AsText.
 
 #include "engine/EngineCache.h"
+#include "engine/geometry/GeometryConversions.h"
 #include "modules/functions/GeometryFunctionTable.h"
 #include "platform/cs/CoordSystem.h"
 
@@ -33,6 +34,13 @@ public:
 private:
     std::map<QString, std::shared_ptr<cs::CoordSystem>> tables;
 };
+
+// An SQL blob literal of the TesGeo form of g (geometries that SQL cannot
+// write, such as empty ones and collections inside collections).
+inline std::string tesGeoLiteral(const std::shared_ptr<const geometry::Geometry>& g)
+{
+    return "X'" + toTesGeo(g, nullptr).toHex().toStdString() + "'";
+}
 
 // The first column of the first row, or the statement's error.
 struct GeoResult {

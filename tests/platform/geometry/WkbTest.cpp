@@ -97,7 +97,7 @@ TEST(Wkb, ShapesAreWrittenAsTheirApproximation)
     ASSERT_TRUE(back);
     ASSERT_EQ(back->members().size(), 1u);
     EXPECT_EQ(back->members()[0]->type(), GeometryType::Polygon);
-    EXPECT_EQ(static_cast<const Polygon&>(*back->members()[0]).rings().at(0).size(), 65);
+    EXPECT_GT(static_cast<const Polygon&>(*back->members()[0]).rings().at(0).size(), 1000);
 }
 
 TEST(Wkb, ExtraOrdinatesAreDropped)
@@ -173,8 +173,10 @@ TEST(Wkb, MalformedInputThrows)
     EXPECT_THROW(GeometryFactory::fromWkb(nested(limit)), WkbError);
     EXPECT_THROW(GeometryFactory::fromWkb(nested(100000)), WkbError);
 
-    // Every cut position of every kind in both orders throws; flipped bytes never crash.
-    for (const auto& g : test::allSamples()) {
+    // Every cut position of every kind in both orders throws; flipped bytes
+    // never crash. (Curves are written as lines and polygons of thousands of
+    // points: the linear kinds cover their bytes.)
+    for (const auto& g : test::linearSamples()) {
         for (auto order : {QSysInfo::LittleEndian, QSysInfo::BigEndian}) {
             const QByteArray full = GeometryFactory::toWkb(g, order);
             for (int cut = 0; cut < full.size(); ++cut)

@@ -8,6 +8,8 @@
 #include "platform/geometry/algorithms/SphericalModel.h"
 #include "platform/geometry/algorithms/VincentyModel.h"
 
+#include <GeographicLib/PolygonArea.hpp>
+
 #include <gtest/gtest.h>
 #include <cmath>
 #include <stdexcept>
@@ -96,6 +98,49 @@ TEST(EarthModels, SphereAgainstClosedForms)
     const Ring north{{179.5, 60}, {-179.5, 60}, {-179.5, 61}, {179.5, 61}, {179.5, 60}};
     const double band = sphereRadius * sphereRadius * toRad * (std::sin(61 * toRad) - std::sin(60 * toRad));
     EXPECT_NEAR(sphere.ringArea(north) / band, 1.0, 1e-3);
+}
+
+// A ring enclosing a pole encloses the smaller side, in either orientation,
+// as on the ellipsoid. Reference: GeographicLib's PolygonArea on a sphere of
+// the same radius (flattening 0), and the cap 2 pi R^2 (1 - sin phi) that a
+// dense ring approaches.
+TEST(EarthModels, SphereRingsAroundThePoles)
+{
+    const SphericalModel sphere(sphereRadius);
+    const GeographicLib::Geodesic onSphere(sphereRadius, 0.0);
+    auto parallel = [](double lat, int n, bool eastward) {
+        Ring ring;
+        for (int i = 0; i <= n; ++i)
+            ring.append(QPointF(-180.0 + (eastward ? 1 : -1) * 360.0 * (i % n) / n, lat));
+        return ring;
+    };
+    auto reference = [&](const Ring& ring) {
+        GeographicLib::PolygonArea polygon(onSphere, false);
+        for (int i = 0; i + 1 < ring.size(); ++i)
+            polygon.AddPoint(ring[i].y(), ring[i].x());
+        double perimeter = 0, area = 0;
+        polygon.Compute(false, true, perimeter, area);
+        return std::abs(area);
+    };
+    const struct {
+        const char* name;
+        Ring ring;
+        double expected;   // square metres; 0: the PolygonArea reference
+    } cases[] = {
+        {"four corners at 80N, eastward", parallel(80, 4, true), 2485429.7e6},
+        {"four corners at 80N, westward", parallel(80, 4, false), 2485429.7e6},
+        {"four corners at 80S", parallel(-80, 4, true), 2485429.7e6},
+        {"seven corners at 45N", parallel(45, 7, false), 0},
+        {"square off the pole, clockwise", {{10, 10}, {10, 20}, {20, 20}, {20, 10}, {10, 10}}, 0},
+        {"dense ring at 80N, the cap",
+         parallel(80, 36000, true),
+         2 * M_PI * sphereRadius * sphereRadius * (1 - std::sin(80 * toRad))},
+    };
+    for (const auto& c : cases) {
+        const double expected = c.expected > 0 ? c.expected : reference(c.ring);
+        EXPECT_NEAR(sphere.ringArea(c.ring) / expected, 1.0, c.expected > 0 ? 1e-6 : 1e-9) << c.name;
+        EXPECT_NEAR(sphere.ringArea(c.ring) / reference(c.ring), 1.0, 1e-9) << c.name;
+    }
 }
 
 TEST(EarthModels, EllipsoidAgainstPublishedGeodesics)

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <stdexcept>
 
@@ -189,8 +188,13 @@ TEST(Measures, BadInputGivesClearErrors)
     EXPECT_THROW(vincentyObjectDistance(s, s, ""), std::invalid_argument);
 
     EXPECT_THROW(area(nullptr, "sq m", Auto), std::invalid_argument);
-    EXPECT_THROW(area(std::make_shared<Polygon>(), "sq m", Auto), std::invalid_argument);
-    EXPECT_THROW(length(std::make_shared<LineString>(), "m", Auto), std::invalid_argument);
+    // An empty geometry has no extent; a distance to it is undefined.
+    EXPECT_EQ(area(std::make_shared<Polygon>(), "sq m", Auto), 0.0);
+    EXPECT_EQ(ellipsoidArea(std::make_shared<MultiPolygon>(), "sq km"), 0.0);
+    EXPECT_EQ(length(std::make_shared<LineString>(), "m", Auto), 0.0);
+    EXPECT_EQ(sphericalPerimeter(std::make_shared<GeometryCollection>(), "m"), 0.0);
+    EXPECT_EQ(perimeter(std::make_shared<Point>(), "km", Auto), 0.0);
+    EXPECT_THROW(area(std::make_shared<Point>(), "no unit", Auto), std::invalid_argument);
     EXPECT_THROW(smallestDistance(s, std::make_shared<Point>(), "m"), std::invalid_argument);
     EXPECT_THROW(centroidDistance(nullptr, s, "m"), std::invalid_argument);
     EXPECT_THROW(area(s, "sq m", static_cast<core::CalcMode>(7)), std::invalid_argument);
@@ -209,50 +213,157 @@ TEST(Measures, BadInputGivesClearErrors)
     EXPECT_THROW(sphericalLength(line({{0, 0}, {0, -91}}), "m"), std::invalid_argument);
 }
 
-TEST(Measures, SmallestDistanceOnTheEarthFollowsGeodesicEdges)
+namespace {
+
+// Independent reference for the smallest distance on the earth: the distance
+// from p to a geodesic edge, from GeographicLib's GeodesicLine sampled at
+// 500 points and the best bracket narrowed by golden section; a shape's
+// distance is the smallest from any corner of either shape to any edge of
+// the other (the shapes below neither cross nor hold one another).
+double toEdge(const GeographicLib::Geodesic& g, QPointF p, QPointF from, QPointF to)
+{
+    const GeographicLib::GeodesicLine line = g.InverseLine(from.y(), from.x(), to.y(), to.x());
+    auto at = [&](double s) {
+        double lat = 0, lon = 0, d = 0;
+        line.Position(s, lat, lon);
+        g.Inverse(p.y(), p.x(), lat, lon, d);
+        return d;
+    };
+    constexpr int samples = 500;
+    const double step = line.Distance() / samples;
+    int best = 0;
+    for (int i = 1; i <= samples; ++i)
+        best = at(i * step) < at(best * step) ? i : best;
+    double lo = std::max(0, best - 1) * step, hi = std::min(samples, best + 1) * step;
+    for (int i = 0; i < 100; ++i) {
+        const double m1 = lo + (hi - lo) * 0.381966, m2 = hi - (hi - lo) * 0.381966;
+        (at(m1) < at(m2) ? hi : lo) = at(m1) < at(m2) ? m2 : m1;
+    }
+    return std::min({at(lo), at(0), at(line.Distance())});
+}
+
+double cornersToEdges(const GeographicLib::Geodesic& g, const QVector<QPointF>& a, const QVector<QPointF>& b)
+{
+    double best = 1e300;
+    for (const auto& [corners, edges] : {std::pair{a, b}, std::pair{b, a}}) {
+        for (const QPointF& p : corners) {
+            for (int i = 0; i + 1 < edges.size(); ++i)
+                best = std::min(best, toEdge(g, p, edges[i], edges[i + 1]));
+            if (edges.size() == 1)
+                best = std::min(best, toEdge(g, p, edges[0], edges[0]));
+        }
+    }
+    return best;
+}
+
+ConstGeometryPtr shape(const QVector<QPointF>& pts, const CoordSystemPtr& cs)
+{
+    if (pts.size() == 1)
+        return point(pts[0].x(), pts[0].y(), cs);
+    if (pts.front() == pts.back()) {
+        auto p = std::make_shared<Polygon>(QVector<Ring>{pts});
+        p->setCoordSystem(cs);
+        return p;
+    }
+    return line(pts, cs);
+}
+
+} // namespace
+
+TEST(Measures, SmallestDistanceOnTheEarthIsTheGeodesicOne)
 {
     const CoordSystemPtr wgs84 = epsg(4326);
     ASSERT_TRUE(wgs84);
-    // The edge from (-10, 50) to (10, 50) bows towards the pole: a point due
-    // north is closer to its middle than to (0, 50).
-    const ConstGeometryPtr edge = line({{-10, 50}, {10, 50}}, wgs84);
-    const ConstGeometryPtr north = point(0, 60, wgs84);
-
-    // Sphere: the distance to a great circle, R asin(|n . p|), with n the
-    // unit normal of the edge's plane.
-    auto unit = [](double lon, double lat) {
-        return std::array<double, 3>{std::cos(lat * toRad) * std::cos(lon * toRad),
-                                     std::cos(lat * toRad) * std::sin(lon * toRad), std::sin(lat * toRad)};
+    const GeographicLib::Geodesic& ellipsoid = GeographicLib::Geodesic::WGS84();
+    const GeographicLib::Geodesic sphere(sphereRadius, 0.0);
+    const struct {
+        const char* name;
+        QVector<QPointF> a, b;   // a closed list is a polygon
+    } cases[] = {
+        // The geodesic bows towards the pole: its middle, not (0 50), is nearest.
+        {"point to a long line", {{0, 45}}, {{-30, 50}, {30, 50}}},
+        {"line to a point", {{-30, 50}, {30, 50}}, {{0, 45}}},
+        {"two squares near the equator", box(0, 0, 1, 1), box(1.5, 0.2, 2.5, 1.2)},
+        {"tilted squares", {{0, 0}, {1, 0.3}, {0.7, 1.3}, {-0.3, 1}, {0, 0}}, box(2, 1, 3, 2)},
+        {"high latitude", {{-40, 70}, {40, 70}}, box(-1, 75, 1, 76)},
+        // Read as the area reads it: the box 170..190 lies across the
+        // antimeridian, on the far side of the earth from (0 0).
+        {"box across the antimeridian", box(170, -10, 190, 10), {{0, 0}}},
+        {"antimeridian, near side", box(170, -10, 190, 10), {{-160, 0}}},
     };
-    const auto u = unit(-10, 50), v = unit(10, 50), p = unit(0, 60);
-    std::array<double, 3> n{u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
-    const double norm = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
-    const double toCircle = sphereRadius * std::asin(std::abs(n[0] * p[0] + n[1] * p[1] + n[2] * p[2]) / norm);
-    EXPECT_NEAR(sphericalMinDistance(north, edge, "m"), toCircle, 0.01);
-    EXPECT_LT(sphericalMinDistance(north, edge, "m"), sphereRadius * 10 * toRad - 10000);
-
-    // Ellipsoid: by symmetry the closest point is the geodesic's middle.
-    const GeographicLib::Geodesic& g = GeographicLib::Geodesic::WGS84();
-    double s12 = 0, azi1 = 0, azi2 = 0, midLat = 0, midLon = 0, expected = 0;
-    g.Inverse(50, -10, 50, 10, s12, azi1, azi2);
-    g.Direct(50, -10, azi1, s12 / 2, midLat, midLon);
-    g.Inverse(60, 0, midLat, midLon, expected);
-    EXPECT_NEAR(midLon, 0.0, 1e-9);
-    EXPECT_NEAR(smallestDistance(north, edge, "m"), expected, 0.01);
-    EXPECT_NEAR(vincentyMinDistance(edge, north, "m"), expected, 0.01);
-    EXPECT_NEAR(lambertMinDistance(edge, north, "m"), expected, 100.0);
-    // Edges of polygons too, from either side, and between two polygons.
-    EXPECT_NEAR(ellipsoidalMinDistance(square(-10, 40, 10, 50, wgs84), north, "m"), expected, 0.01);
-    // Two polygons: the facing edges both bow north, so the upper square's
-    // corners are closest. The oracle samples the lower edge densely.
-    const GeographicLib::GeodesicLine lower = g.InverseLine(50, -10, 50, 10);
-    double sampled = 1e300;
-    for (int i = 0; i <= 20000; ++i) {
-        double lat = 0, lon = 0, d = 0;
-        lower.Position(lower.Distance() * i / 20000, lat, lon);
-        g.Inverse(60, 1, lat, lon, d);
-        sampled = std::min(sampled, d);
+    struct Model {
+        const char* name;
+        double (*f)(const ConstGeometryPtr&, const ConstGeometryPtr&, const QString&);
+        const GeographicLib::Geodesic& g;
+        double tolerance;   // relative
+    };
+    const Model models[] = {
+        {"ellipsoidal", &ellipsoidalMinDistance, ellipsoid, 1e-9},
+        {"spherical", &sphericalMinDistance, sphere, 1e-9},
+        {"automatic", &smallestDistance, ellipsoid, 1e-9},
+        {"Vincenty", &vincentyMinDistance, ellipsoid, 1e-9},
+        {"Lambert", &lambertMinDistance, ellipsoid, 1e-4},
+    };
+    for (const auto& c : cases) {
+        const double onEllipsoid = cornersToEdges(ellipsoid, c.a, c.b);
+        const double onSphere = cornersToEdges(sphere, c.a, c.b);
+        for (const Model& m : models) {
+            const double expected = &m.g == &sphere ? onSphere : onEllipsoid;
+            const double d = m.f(shape(c.a, wgs84), shape(c.b, wgs84), "m");
+            EXPECT_NEAR(d, expected, expected * m.tolerance) << c.name << ", " << m.name;
+            EXPECT_NEAR(d, m.f(shape(c.b, wgs84), shape(c.a, wgs84), "m"), d * 1e-14) << c.name << ", " << m.name << " swapped";
+        }
     }
-    const double twoSquares = ellipsoidalMinDistance(square(-10, 40, 10, 50, wgs84), square(-1, 60, 1, 61, wgs84), "m");
-    EXPECT_NEAR(twoSquares, sampled, 0.01);
+    // The probes: 1,001,525.8 m, not the 555,902.7 m to (0 50); 18,455 km.
+    EXPECT_NEAR(smallestDistance(point(0, 45, wgs84), line({{-30, 50}, {30, 50}}, wgs84), "m"), 1001525.8, 0.05);
+    EXPECT_NEAR(smallestDistance(square(170, -10, 190, 10, wgs84), point(0, 0, wgs84), "km"), 18455, 1);
+
+    // Shapes that meet are 0 apart, also where only the geodesic edges meet:
+    // (0 51) lies under the bowed northern edge of the box 40..50.
+    const struct {
+        const char* name;
+        QVector<QPointF> a, b;
+    } meeting[] = {
+        {"crossing lines", {{-10, 1}, {10, -1}}, {{0.5, -10}, {-0.5, 10}}},
+        {"point under the bowed edge", box(-30, 40, 30, 50), {{0, 51}}},
+        {"line within a polygon", box(-30, 40, 30, 50), {{-1, 51}, {1, 51}}},
+        {"polygon within a polygon", box(-30, 40, 30, 50), box(-1, 44, 1, 45)},
+        {"point across the antimeridian", box(170, -10, 190, 10), {{-175, 5}}},
+    };
+    for (const auto& c : meeting) {
+        for (const Model& m : models) {
+            EXPECT_EQ(m.f(shape(c.a, wgs84), shape(c.b, wgs84), "m"), 0.0) << c.name << ", " << m.name;
+            EXPECT_EQ(m.f(shape(c.b, wgs84), shape(c.a, wgs84), "m"), 0.0) << c.name << ", " << m.name;
+        }
+    }
+    // In a hole a point is as far from the polygon as from the hole's edge.
+    auto holed = std::make_shared<Polygon>(QVector<Ring>{box(0, 0, 10, 10), box(2, 2, 8, 8)});
+    holed->setCoordSystem(wgs84);
+    EXPECT_NEAR(smallestDistance(holed, point(5, 3, wgs84), "m"), cornersToEdges(ellipsoid, {{5, 3}}, box(2, 2, 8, 8)),
+                1e-3);
+}
+
+TEST(Measures, DistanceAcrossCoordinateSystemsIgnoresTheOrder)
+{
+    const CoordSystemPtr wgs84 = epsg(4326), mercator = epsg(3857), utm = epsg(32631);
+    ASSERT_TRUE(wgs84 && mercator && utm);
+    const ConstGeometryPtr lonLat = point(2, 60, wgs84);
+    // (3 50) in web mercator: x = a lon, y = a ln tan(pi/4 + lat/2).
+    const double a = 6378137.0;
+    const ConstGeometryPtr web = point(a * 3 * toRad, a * std::log(std::tan(M_PI / 4 + 50 * toRad / 2)), mercator);
+    const ConstGeometryPtr inUtm = square(500000, 5500000, 501000, 5501000, utm);
+    double expected = 0;
+    GeographicLib::Geodesic::WGS84().Inverse(60, 2, 50, 3, expected);
+    EXPECT_NEAR(smallestDistance(lonLat, web, "m"), expected, 1e-3);
+    EXPECT_NEAR(smallestDistance(web, lonLat, "m"), expected, 1e-3);
+    for (const auto& [g1, g2] : {std::pair{lonLat, web}, std::pair{web, inUtm}, std::pair{lonLat, inUtm}}) {
+        EXPECT_EQ(smallestDistance(g1, g2, "m"), smallestDistance(g2, g1, "m"));
+        EXPECT_EQ(centroidDistance(g1, g2, "m"), centroidDistance(g2, g1, "m"));
+        EXPECT_EQ(sphericalMinDistance(g1, g2, "m"), sphericalMinDistance(g2, g1, "m"));
+    }
+    // In the plane, two maps meet in one of them whatever the order, and a
+    // map and the earth in the map.
+    EXPECT_EQ(cartesianMinDistance(web, inUtm, "m"), cartesianMinDistance(inUtm, web, "m"));
+    EXPECT_EQ(cartesianMinDistance(web, lonLat, "m"), cartesianMinDistance(lonLat, web, "m"));
+    EXPECT_GT(cartesianMinDistance(lonLat, web, "m"), 1e6);
 }

@@ -214,6 +214,48 @@ TEST(Predicates, FitGeometryWrapsLongitudesAndClampsLatitudes)
     EXPECT_EQ(bare.points().front(), QPointF(190, 95));
 }
 
+// Longitude and latitude: a shape whose edges cross +-180 is the one the
+// measures read (each edge the shorter way round), also once fitted into
+// [-180, 180]; 190 is -170.
+TEST(Predicates, ShapesAcrossTheAntimeridian)
+{
+    const CoordSystemPtr wgs84 = epsg(4326);
+    ASSERT_TRUE(wgs84);
+    auto fitted = [&](const ConstGeometryPtr& g) {
+        std::shared_ptr<Geometry> copy = g->clone();
+        copy->setCoordSystem(wgs84);
+        fitGeometry(*copy);
+        return ConstGeometryPtr(copy);
+    };
+    const ConstGeometryPtr across = fitted(square(170, -10, 190, 10));
+    const ConstGeometryPtr asStored = square(170, -10, 190, 10, wgs84);
+    const struct {
+        const char* name;
+        ConstGeometryPtr b;
+        bool intersects, contains, containsCentroid;
+    } cases[] = {
+        {"(0 0), far away", point(0, 0, wgs84), false, false, false},
+        {"(-175 5)", point(-175, 5, wgs84), true, true, true},
+        {"(175 5)", point(175, 5, wgs84), true, true, true},
+        {"(185 -5)", fitted(point(185, -5)), true, true, true},
+        {"(-160 0), just east", point(-160, 0, wgs84), false, false, false},
+        {"a line over the antimeridian", fitted(line({{175, 0}, {185, 0}})), true, true, true},
+        {"a box over it, wider", fitted(square(160, -5, 200, 5)), true, false, true},
+        {"the box in the western half", square(-180, -10, -170, 10, wgs84), true, true, true},
+    };
+    for (const ConstGeometryPtr& a : {across, asStored}) {
+        for (const auto& c : cases) {
+            EXPECT_EQ(Intersects(a, c.b), c.intersects) << c.name;
+            EXPECT_EQ(Intersects(c.b, a), c.intersects) << c.name << ", swapped";
+            EXPECT_EQ(Contains(a, c.b), c.contains) << c.name;
+            EXPECT_EQ(ContainsCentroid(a, c.b), c.containsCentroid) << c.name;
+        }
+    }
+    // Without a coordinate system, or projected, the plane is the plane.
+    EXPECT_TRUE(Intersects(square(170, -10, 190, 10), point(180, 0)));
+    EXPECT_FALSE(Intersects(square(170, -10, 190, 10), point(-175, 0)));
+}
+
 TEST(Predicates, EmptyAndMissingOperands)
 {
     const ConstGeometryPtr a = square(0, 0, 1, 1);
