@@ -458,7 +458,10 @@ public:
         for (int column : columns)
             bind(s, i++, values.value(column));
         sqlite3_bind_int64(s, i, row);
-        return sqlite3_step(s) == SQLITE_DONE;
+        if (sqlite3_step(s) == SQLITE_DONE)
+            return true;
+        qCWarning(logging::engine()) << "index store: row" << row << "not stored:" << sqlite3_errmsg(store.db.get());
+        return false;
     }
 
     // Commits or rolls back; the store then takes fills again.
@@ -628,11 +631,12 @@ int EngineIndicesSqlite::addIndexImpl(const std::vector<Column>& columns)
         definitions << definition;
         positions << QString::number(attributes[k]);
     }
-    const bool ok = d->tryExecute(QStringLiteral("Create Table %1 (%2, row Integer, Primary Key (%3, row)) Without Rowid; "
-                                                 "Insert Into Indices Values (%4, '%5');")
-                                      .arg(indexTable(id), definitions.join(QLatin1String(", ")),
-                                           keyList(static_cast<int>(attributes.size())), QString::number(id),
-                                           positions.join(QLatin1Char(','))));
+    // The row id is the table's rowid, so the key index holds (keys, row)
+    // and answers look-ups alone. (A key that is a primary key could not be NULL.)
+    const bool ok = d->tryExecute(QStringLiteral("Create Table %1 (%2); Create Index \"Index%3Keys\" On %1 (%4); "
+                                                 "Insert Into Indices Values (%3, '%5');")
+                                      .arg(indexTable(id), definitions.join(QLatin1String(", ")), QString::number(id),
+                                           keyList(static_cast<int>(attributes.size())), positions.join(QLatin1Char(','))));
     if (!ok) {
         d->tryExecute(QStringLiteral("Drop Table If Exists %1;").arg(indexTable(id)));
         return -1;
@@ -671,7 +675,9 @@ std::unique_ptr<EngineIndices::InserterInterface> EngineIndicesSqlite::getInsert
     QStringList marks;
     for (std::size_t k = 0; k <= definition->columns.size(); ++k)
         marks << QStringLiteral("?");
-    const QByteArray sql = QStringLiteral("Insert Or Replace Into %1 Values (%2)").arg(indexTable(index), marks.join(QLatin1Char(','))).toUtf8();
+    const QByteArray sql = QStringLiteral("Insert Or Replace Into %1 (%2, rowid) Values (%3)")
+                               .arg(indexTable(index), keyList(static_cast<int>(definition->columns.size())), marks.join(QLatin1Char(',')))
+                               .toUtf8();
     sqlite3_stmt* raw = nullptr;
     if (sqlite3_prepare_v2(d->db.get(), sql.constData(), sql.size(), &raw, nullptr) != SQLITE_OK) {
         sqlite3_finalize(raw);
@@ -704,7 +710,7 @@ std::vector<std::int64_t> EngineIndicesSqlite::findRows(int index, const std::ve
     for (const Constant& constant : constants)
         if (!d->condition(*definition, constant, clauses, operands))
             return rows;
-    QString sql = QStringLiteral("Select row From %1").arg(indexTable(index));
+    QString sql = QStringLiteral("Select rowid From %1").arg(indexTable(index));
     if (!clauses.isEmpty())
         sql += QLatin1String(" Where ") + clauses.join(QLatin1String(" And "));
     sqlite3_stmt* s = d->statement(sql);

@@ -1,7 +1,8 @@
 #pragma once
 // The index store kept in a SQLite file of its own, on its own connection, so
 // that index work never waits for queries on the engine connection. Each
-// index is a table keyed by its columns and the row id; text keys follow the
+// index is a table of its key columns whose rowid is the row id, with an
+// SQLite index over the keys that answers look-ups alone; text keys follow the
 // setup's "Collate" (the "Locale" collation is the engine's, registered on
 // the store's connection too). Bulk fills run in one transaction through one
 // prepared statement. Calls are serialised by a lock.
