@@ -237,6 +237,16 @@ struct EngineIndicesSqlite::Private {
 
     bool isText(int attribute) const { return keyTypes[attribute] == QLatin1String("Text"); }
 
+    // The SQLite index over an index table's keys; with the rowid, which is
+    // the row id, it answers look-ups without reading the table.
+    QString createKeyIndex(int id, std::size_t keys) const
+    {
+        return QStringLiteral("Create Index If Not Exists \"Index%1Keys\" On %2 (%3);")
+            .arg(id)
+            .arg(indexTable(id), keyList(static_cast<int>(keys)));
+    }
+    QString createKeyIndex(int id) const { return createKeyIndex(id, indices.at(id).columns.size()); }
+
     void changed(int id)
     {
         statisticsByIndex.erase(id);
@@ -266,8 +276,10 @@ struct EngineIndicesSqlite::Private {
         if (rc != SQLITE_OK)
             throw std::runtime_error(utf8(tr("Файл индексов %0: %1").arg(path, QString::fromUtf8(sqlite3_errmsg(raw)))));
         // The file lives as long as the store: speed over durability.
-        execute(QStringLiteral("Pragma journal_mode = Memory; Pragma synchronous = Off; "
-                               "Pragma locking_mode = Exclusive; Pragma cache_size = -65536;"));
+        // UTF-16 text, as the collation and the LIKE functions read it: no
+        // conversion for every comparison.
+        execute(QStringLiteral("Pragma encoding = 'UTF-16'; Pragma journal_mode = Memory; Pragma synchronous = Off; "
+                               "Pragma locking_mode = Exclusive; Pragma cache_size = -65536; Pragma temp_store = Memory;"));
         sqlite3_create_collation(raw, "Locale", SQLITE_UTF16, &collator, localeCollation);
         const int flags = SQLITE_UTF16 | SQLITE_DETERMINISTIC;
         if (caseInsensitiveLike) {
@@ -473,7 +485,10 @@ public:
             return false;   // the storage went while the fill ran
         store.fillRunning = false;
         store.changed(index);
-        return store.tryExecute(commit ? QStringLiteral("Commit;") : QStringLiteral("Rollback;"));
+        if (commit && store.tryExecute(store.createKeyIndex(index) + QLatin1String(" Commit;")))
+            return true;
+        store.tryExecute(QStringLiteral("Rollback;"));
+        return false;
     }
 
     Private& store;
@@ -633,10 +648,10 @@ int EngineIndicesSqlite::addIndexImpl(const std::vector<Column>& columns)
     }
     // The row id is the table's rowid, so the key index holds (keys, row)
     // and answers look-ups alone. (A key that is a primary key could not be NULL.)
-    const bool ok = d->tryExecute(QStringLiteral("Create Table %1 (%2); Create Index \"Index%3Keys\" On %1 (%4); "
-                                                 "Insert Into Indices Values (%3, '%5');")
+    const bool ok = d->tryExecute(QStringLiteral("Create Table %1 (%2); Insert Into Indices Values (%3, '%4');")
                                       .arg(indexTable(id), definitions.join(QLatin1String(", ")), QString::number(id),
-                                           keyList(static_cast<int>(attributes.size())), positions.join(QLatin1Char(','))));
+                                           positions.join(QLatin1Char(',')))
+                                  + d->createKeyIndex(id, attributes.size()));
     if (!ok) {
         d->tryExecute(QStringLiteral("Drop Table If Exists %1;").arg(indexTable(id)));
         return -1;
@@ -686,6 +701,11 @@ std::unique_ptr<EngineIndices::InserterInterface> EngineIndicesSqlite::getInsert
     SqliteStatement insert(raw);
     if (!d->tryExecute(QStringLiteral("Begin;")))
         return nullptr;
+    // Filling an empty index: the key index is built once at the end, by
+    // sorting, rather than entry by entry at random places (several times
+    // faster). A fill that is not handed back rolls the drop back too.
+    if (d->count(QStringLiteral("Select Count(*) From (Select 1 From %1 Limit 1)").arg(indexTable(index))) == 0)
+        d->tryExecute(QStringLiteral("Drop Index If Exists \"Index%1Keys\";").arg(index));
     d->fillRunning = true;
     return std::make_unique<Inserter>(*d, index, definition->columns, std::move(insert));
 }
