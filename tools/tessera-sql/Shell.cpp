@@ -6,14 +6,17 @@
 #include "engine/translation/SqliteStringBuilder.h"
 #include "modules/functions/FunctionModule.h"
 #include "platform/core/Core.h"
+#include "platform/dp/Table.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
 #include "tools/tessera-sql/ErrorText.h"
 #include "tools/tessera-sql/GeometryText.h"
+#include "tools/tessera-sql/MetaCommands.h"
 #include "tools/tessera-sql/StatementSplitter.h"
 #include "tools/tessera-sql/TableImporter.h"
 
 #include <QSqlError>
+#include <algorithm>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTextStream>
@@ -25,6 +28,9 @@ struct Shell::Private {
     ShellOptions options;
     std::unique_ptr<Core> core;
     Engine* engine = nullptr;
+    // Opened tables stay here: an index is built from the table itself.
+    std::map<QString, std::shared_ptr<dp::Table>> tables;
+    std::map<QString, std::vector<int>> indexIds;
 };
 
 Shell::Shell(ShellOptions options)
@@ -53,7 +59,38 @@ void Shell::setOptions(ShellOptions options)
 
 bool Shell::openFile(const QString& path, const QString& name, QString& error)
 {
-    return importTable(*d->engine, path, name, error);
+    std::shared_ptr<dp::Table> table;
+    if (!importTable(*d->engine, path, name, error, &table))
+        return false;
+    d->tables[table->name()] = table;
+    return true;
+}
+
+Engine& Shell::engine() const
+{
+    return *d->engine;
+}
+
+std::shared_ptr<dp::Table> Shell::table(const QString& name) const
+{
+    auto it = d->tables.find(name);
+    if (it == d->tables.end())
+        it = std::find_if(d->tables.begin(), d->tables.end(),
+                          [&](const auto& entry) { return entry.first.compare(name, Qt::CaseInsensitive) == 0; });
+    return it == d->tables.end() ? nullptr : it->second;
+}
+
+QStringList Shell::tableNames() const
+{
+    QStringList names;
+    for (const auto& entry : d->tables)
+        names << entry.first;
+    return names;
+}
+
+std::vector<int>& Shell::indexIds(const QString& table)
+{
+    return d->indexIds[table];
 }
 
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
@@ -82,10 +119,24 @@ bool Shell::translate(const QString& statement, QString& sqlite, QString& error)
 
 bool Shell::runScript(const QString& script, QTextStream& out, QTextStream& err)
 {
-    for (const QString& statement : splitStatements(script))
-        if (!runStatement(statement, out, err))
-            return false;
-    return true;
+    auto runStatements = [&](const QString& text) {
+        for (const QString& statement : splitStatements(text))
+            if (!runStatement(statement, out, err))
+                return false;
+        return true;
+    };
+    // A meta-command line between statements runs after what comes before it.
+    QString pending;
+    for (const QString& line : script.split(QLatin1Char('\n'))) {
+        if (isMetaCommand(line) && endsBetweenStatements(pending)) {
+            if (!runStatements(pending) || !runMetaCommand(*this, line, out, err))
+                return false;
+            pending.clear();
+            continue;
+        }
+        pending += line + QLatin1Char('\n');
+    }
+    return runStatements(pending);
 }
 
 bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream& err)
