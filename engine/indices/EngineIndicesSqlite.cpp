@@ -19,6 +19,7 @@
 #include <QUuid>
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <map>
 #include <mutex>
 #include <stdexcept>
@@ -41,6 +42,9 @@ std::string utf8(const QString& text)
 
 int localeCollation(void* user, int length1, const void* data1, int length2, const void* data2)
 {
+    // Equal keys are common in an index; they need no locale rules.
+    if (length1 == length2 && std::memcmp(data1, data2, static_cast<std::size_t>(length1)) == 0)
+        return 0;
     return collatorCompare(*static_cast<const QCollator*>(user), length1, data1, length2, data2);
 }
 

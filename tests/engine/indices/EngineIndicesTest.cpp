@@ -126,6 +126,37 @@ TEST(EngineIndicesStore, BadSetupsAndSchemasLeaveNothing)
     EXPECT_EQ(store.addIndex({}), -1);
 }
 
+TEST(EngineIndicesStore, FillsThatAreNotHandedBackLeaveNothing)
+{
+    test::TestCache cache;
+    EngineIndicesSqlite store(engineSetup(), cache);
+    ASSERT_TRUE(store.createStorage(tableSchema()));
+    const int index = store.addIndex({{1}});
+    const std::vector<C> five{C{0, C::Equal, {5}}};
+    auto fill = [&](std::int64_t row) {
+        auto inserter = store.getInserter(index);
+        return inserter && inserter->add(row, {QVariant(), 5});
+    };
+    ASSERT_TRUE(fill(1));   // dropped unflushed: rolled back
+    EXPECT_TRUE(store.findRows(index, five).empty());
+
+    for (std::int64_t row : {2, 3}) {   // into an empty index, then into a filled one
+        auto inserter = store.getInserter(index);
+        ASSERT_TRUE(inserter && inserter->add(row, {QVariant(), 5}));
+        store.flushInserter(std::move(inserter));
+    }
+    EXPECT_EQ(store.findRows(index, five), (Rows{2, 3}));
+
+    // A fill whose storage is rebuilt meanwhile stores nothing anywhere.
+    auto stale = store.getInserter(index);
+    ASSERT_TRUE(store.createStorage(tableSchema()));
+    EXPECT_FALSE(stale->add(4, {QVariant(), 5}));
+    store.flushInserter(std::move(stale));
+    EXPECT_TRUE(store.isCorrect());
+    EXPECT_EQ(store.addIndex({{1}}), 1);
+    EXPECT_TRUE(store.findRows(1, five).empty());
+}
+
 // LIKE and GLOB by hand, ignoring case.
 bool sameLetter(QChar a, QChar b)
 {
