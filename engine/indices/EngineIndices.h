@@ -19,8 +19,9 @@
 //   two for Between (both ends included); any number for In; none for
 //   IsNull; the pattern (and optionally the escape character) for Like and
 //   Glob. Conditions are joined with And. Text is compared with the store's
-//   collation; Like and Glob use the store's case rules and read only the
-//   rows that begin with the pattern's constant prefix.
+//   collation; Like and Glob use the store's case rules (under the "Locale"
+//   collation they read only the keys that begin with the pattern's
+//   constant prefix).
 // - Row ids are the engine cache's integer numbers of the features
 //   (EngineCache::assignIdToInt). findRows answers them in ascending order,
 //   each once.

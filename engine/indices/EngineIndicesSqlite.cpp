@@ -297,44 +297,16 @@ struct EngineIndicesSqlite::Private {
     }
 
     // The range of key texts that every match of a LIKE or GLOB prefix lies
-    // in, under the store's collation; false when there is none to use.
-    bool prefixRange(QString prefix, bool caseInsensitive, QVariant& low, QVariant& high) const
+    // in; false when there is none to use. Under "Locale" case variants
+    // collate together and U+FFFF sorts after every character, so the range
+    // runs from the prefix to the prefix followed by U+FFFF. SQLite's own
+    // collations keep case variants apart, so they read the whole index.
+    bool prefixRange(const QString& prefix, QVariant& low, QVariant& high) const
     {
-        if (collate == QLatin1String("Locale")) {
-            // Case variants collate together; U+FFFF sorts after every
-            // character, so it closes the range of texts that start with the prefix.
-            if (prefix.isEmpty())
-                return false;
-            low = prefix;
-            high = prefix + QChar(0xFFFF);
-            return true;
-        }
-        const bool noCase = collate == QLatin1String("NOCASE");
-        if (caseInsensitive) {
-            // Byte order keeps case variants apart: only the part of the
-            // prefix that has no case variants bounds the range (NOCASE folds ASCII).
-            int n = 0;
-            while (n < prefix.size()) {
-                const QChar c = prefix.at(n);
-                const bool folded = noCase && c.unicode() < 128;
-                if (!folded && c.toLower() != c.toUpper())
-                    break;
-                ++n;
-            }
-            prefix.truncate(n);
-        }
-        if (noCase) {
-            for (QChar& c : prefix)
-                if (c.unicode() < 128)
-                    c = c.toLower();
-        }
-        QByteArray bytes = prefix.toUtf8();
-        if (bytes.isEmpty())
+        if (collate != QLatin1String("Locale") || prefix.isEmpty())
             return false;
-        low = bytes;
-        // UTF-8 never holds 0xFF, so the last byte can always go up by one.
-        bytes[bytes.size() - 1] = static_cast<char>(static_cast<unsigned char>(bytes.back()) + 1);
-        high = bytes;
+        low = prefix;
+        high = prefix + QChar(0xFFFF);
         return true;
     }
 
@@ -427,7 +399,7 @@ struct EngineIndicesSqlite::Private {
             const QString prefix = patternPrefix(pattern, glob, escape.isEmpty() ? QChar() : escape.at(0));
             if (definition.columns.size() > static_cast<std::size_t>(constant.column)
                 && isText(definition.columns[static_cast<std::size_t>(constant.column)])
-                && prefixRange(prefix, glob ? caseInsensitiveGlob : caseInsensitiveLike, low, high)) {
+                && prefixRange(prefix, low, high)) {
                 clauses << key + QLatin1String(" >= ? And ") + key + QLatin1String(" < ?");
                 operands << low << high;
             }

@@ -157,6 +157,45 @@ TEST(EngineIndicesStore, FillsThatAreNotHandedBackLeaveNothing)
     EXPECT_TRUE(store.findRows(1, five).empty());
 }
 
+TEST(EngineIndicesStore, SetupDecidesTheTextRules)
+{
+    struct Case {
+        const char* name;
+        const char* collate;
+        bool caseInsensitive;   // LIKE and GLOB
+        C condition;
+        Rows expected;
+    };
+    auto text = [](const char* t) { return QVariant(QString::fromUtf8(t)); };
+    const Case cases[] = {
+        {"binary equal", "BINARY", true, C{0, C::Equal, {text("abc")}}, {1}},
+        {"locale equal", "Locale", true, C{0, C::Equal, {text("abc")}}, {1, 2}},
+        {"nocase equal", "NOCASE", false, C{0, C::Equal, {text("abc")}}, {1, 2}},
+        {"case-sensitive like", "BINARY", false, C{0, C::Like, {text("ab%")}}, {1}},
+        {"case-insensitive like", "BINARY", true, C{0, C::Like, {text("ab%")}}, {1, 2}},
+        {"case-insensitive cyrillic like", "BINARY", true, C{0, C::Like, {text("юж%")}}, {3, 4}},
+        {"case-sensitive glob", "Locale", false, C{0, C::Glob, {text("A*")}}, {2}},
+        {"case-insensitive glob", "Locale", true, C{0, C::Glob, {text("A*")}}, {1, 2}},
+    };
+    for (const Case& c : cases) {
+        test::TestCache cache;
+        EngineIndicesSetup setup;
+        setup.set("Collate", QString::fromLatin1(c.collate));
+        setup.set("UseCaseInsensitiveLike", c.caseInsensitive);
+        setup.set("UseCaseInsensitiveGlob", c.caseInsensitive);
+        EngineIndicesSqlite store(setup, cache);
+        ASSERT_TRUE(store.createStorage(tableSchema())) << c.name;
+        const int index = store.addIndex({{0}});
+        auto inserter = store.getInserter(index);
+        ASSERT_TRUE(inserter) << c.name;
+        const char* names[] = {"abc", "ABC", "Южный", "южный", "b"};
+        for (std::int64_t row = 1; row <= 5; ++row)
+            inserter->add(row, {text(names[row - 1])});
+        store.flushInserter(std::move(inserter));
+        EXPECT_EQ(store.findRows(index, {c.condition}), c.expected) << c.name;
+    }
+}
+
 // LIKE and GLOB by hand, ignoring case.
 bool sameLetter(QChar a, QChar b)
 {
