@@ -66,13 +66,19 @@ QString keyList(int count)
     return keys.join(QLatin1String(", "));
 }
 
-void bind(sqlite3_stmt* statement, int i, const QVariant& value)
+// `textLifetime` may be SQLITE_STATIC when `value` outlives the next step.
+void bind(sqlite3_stmt* statement, int i, const QVariant& value, sqlite3_destructor_type textLifetime = SQLITE_TRANSIENT)
 {
     if (!value.isValid() || value.isNull()) {
         sqlite3_bind_null(statement, i);
         return;
     }
     const int type = value.userType();
+    if (type == QMetaType::QString) {
+        const QString* text = static_cast<const QString*>(value.constData());
+        sqlite3_bind_text16(statement, i, text->utf16(), text->size() * 2, textLifetime);
+        return;
+    }
     if (isPlainInt(type) || type == QMetaType::Bool) {
         sqlite3_bind_int64(statement, i, value.toLongLong());
         return;
@@ -443,8 +449,9 @@ public:
         sqlite3_stmt* s = insert.get();
         SqliteStatementReset reset(s);
         int i = 1;
+        const QVariant missing;
         for (int column : columns)
-            bind(s, i++, values.value(column));
+            bind(s, i++, column < values.size() ? values.at(column) : missing, SQLITE_STATIC);   // the caller's values outlive the step
         sqlite3_bind_int64(s, i, row);
         if (sqlite3_step(s) == SQLITE_DONE)
             return true;
