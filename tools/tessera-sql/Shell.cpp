@@ -16,10 +16,10 @@
 #include "tools/tessera-sql/TableImporter.h"
 
 #include <QSqlError>
-#include <algorithm>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTextStream>
+#include <algorithm>
 #include <stdexcept>
 
 namespace tessera::shell {
