@@ -27,7 +27,8 @@
 //   each once.
 // - Statistics: entries of the index, distinct key tuples for every leading
 //   part of the key (distinctPrefixes[k] counts the distinct values of the
-//   first k + 1 columns; the last one is distinctKeys) and an equal-height
+//   first k + 1 columns, NULL counting as one value; the last one is
+//   distinctKeys) and an equal-height
 //   histogram of the leading column (NULL keys apart) whose buckets end at a
 //   key value and never split one.
 // - estimateRows(index, columns): the expected number of rows that an
