@@ -2,12 +2,15 @@
 
 #include "engine/EngineInternal.h"
 #include "engine/functions/MatchingFunctions.h"
+#include "engine/indices/EngineIndicesFactory.h"
+#include "engine/indices/EngineIndicesSetup.h"
 #include "engine/translation/SqliteStringBuilder.h"
 #include "engine/translation/TranslationEntry.h"
 #include "platform/core/Core.h"
 #include "platform/core/Extensions.h"
 #include "platform/core/Logging.h"
 #include "platform/core/SqliteException.h"
+#include "platform/dp/Table.h"
 #include "platform/geometry/ResemblanceExtension.h"
 #include "platform/qtsqlite/QtSqliteDriver.h"
 #include "platform/sql/SqlError.h"
@@ -289,6 +292,55 @@ bool Engine::detachTable(const QString& name)
 {
     engine::TableManagement* management = findManagement(name);
     return management && management->detach();
+}
+
+engine::EngineIndices* Engine::indices(const std::shared_ptr<dp::Table>& table)
+{
+    if (!table)
+        return nullptr;
+    const QString name = table->name();
+    auto it = d->indicesByTable.find(name);
+    if (it != d->indicesByTable.end())
+        return it->second.get();
+
+    engine::EngineIndicesSetup setup;
+    setup.set("Collate", QStringLiteral("Locale"));
+    setup.set("UseCaseInsensitiveGlob", true);
+    setup.set("UseCaseInsensitiveLike", true);
+    auto store = engine::EngineIndicesFactory::instance().construct(setup, *d);
+    return d->indicesByTable.emplace(name, std::move(store)).first->second.get();
+}
+
+void Engine::clearIndices(const std::shared_ptr<dp::Table>& table)
+{
+    if (!table)
+        return;
+    const QString name = table->name();
+    if (auto it = d->indicesByTable.find(name); it != d->indicesByTable.end())
+        it->second->dropStorage();
+    if (engine::TableManagement* management = findManagement(name))
+        management->reset();
+}
+
+sql::FunctionSet Engine::sqlFunctionSet(QFlags<sql::FunctionInfo::TypeMask> mask)
+{
+    return engine::availableFunctionSet(d->database, mask);
+}
+
+engine::FunctionNameSet Engine::functionSet(QFlags<sql::FunctionInfo::TypeMask> mask) const
+{
+    return engine::availableFunctionNames(d->database, mask);
+}
+
+QStringList Engine::functionList(QFlags<sql::FunctionInfo::TypeMask> mask) const
+{
+    const engine::FunctionNameSet names = functionSet(mask);
+    return QStringList(names.begin(), names.end());
+}
+
+sql::OperatorSet Engine::operatorList() const
+{
+    return engine::offeredOperators();
 }
 
 } // namespace tessera

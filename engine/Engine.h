@@ -4,6 +4,8 @@
 // table-adapter modules into it, translates the dialect, and hands out the
 // engine cache.
 
+#include "engine/EngineCatalogue.h"
+
 #include <QBitArray>
 #include <QObject>
 #include <QSqlDatabase>
@@ -60,6 +62,21 @@ public:
     engine::TableManagement* findManagement(const QString& name) const;
     void unRegisterManagement(const QString& name);
     bool detachTable(const QString& name);
+
+    // The table's attribute index store, made on first request with the
+    // engine's string-comparison settings; the engine keeps it. Null for a
+    // null table; throws what the store's construction throws.
+    engine::EngineIndices* indices(const std::shared_ptr<dp::Table>& table);
+    // Drops the storage of the table's index store (the store stays) and
+    // resets the table's management.
+    void clearIndices(const std::shared_ptr<dp::Table>& table);
+
+    // The dialect functions that can run on the engine connection, of the
+    // kinds in `mask` (see EngineCatalogue.h), and the operators offered.
+    sql::FunctionSet sqlFunctionSet(QFlags<sql::FunctionInfo::TypeMask> mask);
+    engine::FunctionNameSet functionSet(QFlags<sql::FunctionInfo::TypeMask> mask) const;
+    QStringList functionList(QFlags<sql::FunctionInfo::TypeMask> mask) const;
+    sql::OperatorSet operatorList() const;
 
     class Internal;
 

@@ -5,6 +5,7 @@
 #include "engine/Engine.h"
 #include "engine/EngineCache.h"
 #include "engine/TableManagement.h"
+#include "engine/indices/EngineIndices.h"
 
 #include <QCollator>
 #include <QSqlDatabase>
@@ -35,6 +36,7 @@ public:
     void* spatialiteCache = nullptr;
     sql::SqlRuntime* runtime = nullptr;
     std::map<QString, std::unique_ptr<engine::TableManagement>> managementByTable;
+    std::map<QString, std::unique_ptr<engine::EngineIndices>> indicesByTable;
 
 private:
     void openDatabase();

@@ -2,22 +2,28 @@
 
 #include "engine/EngineCache.h"
 #include "engine/TableManagement.h"
+#include "engine/indices/EngineIndices.h"
+#include "engine/indices/EngineIndicesSqlite.h"
 #include "engine/translation/SqliteStringBuilder.h"
 #include "platform/core/Core.h"
 #include "platform/core/Extensions.h"
 #include "platform/core/SqliteException.h"
 #include "platform/cs/CoordSystem.h"
+#include "platform/dp/MemoryTable.h"
+#include "platform/dp/SimpleAttributeDefinition.h"
 #include "platform/geometry/Geometry.h"
 #include "platform/geometry/ResemblanceExtension.h"
 
 #include "TestApplication.h"
 
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QLocale>
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStringList>
+#include <algorithm>
 #include <atomic>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -279,6 +285,80 @@ TEST_F(EngineDatabase, SpatiaLiteBlobsDecodeThroughTheCache)
     EXPECT_NE(cache->geometryInfo(query.value(3).toByteArray(), true).geometry(), line);
 }
 
+void noop(sqlite3_context* ctx, int, sqlite3_value**)
+{
+    sqlite3_result_null(ctx);
+}
+
+TEST_F(EngineDatabase, FunctionCatalogueIsWhatTheConnectionHas)
+{
+    // Registered in another case than the catalogue's "LambertDistance" and
+    // "WtAvg"; "not_in_catalogue" is registered but unknown to the dialect.
+    sqlite3* raw = handleOf(db);
+    ASSERT_EQ(sqlite3_create_function(raw, "LAMBERTDISTANCE", 3, SQLITE_UTF8, nullptr, noop, nullptr, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_create_function(raw, "wtavg", 2, SQLITE_UTF8, nullptr, noop, nullptr, nullptr), SQLITE_OK);
+    ASSERT_EQ(sqlite3_create_function(raw, "not_in_catalogue", 0, SQLITE_UTF8, nullptr, noop, nullptr, nullptr), SQLITE_OK);
+
+    using M = sql::FunctionInfo;
+    struct Case {
+        const char* name;
+        M::TypeMasks mask;
+        bool listed;
+    };
+    const Case cases[] = {
+        {"LambertDistance", M::Scalar, true},      // catalogue spelling, any registered case
+        {"LambertDistance", M::Aggregate, false},  // mask 1 asked for 2
+        {"WtAvg", M::Aggregate, true},
+        {"WtAvg", M::Scalar, false},
+        {"max", M::Scalar, true},                  // mask 3 by 1 ...
+        {"max", M::Aggregate, true},               // ... and by 2
+        {"max", M::Window, false},
+        {"row_number", M::Window, true},
+        {"row_number", M::Scalar | M::Aggregate, false},
+        {"abs", M::Scalar | M::Window, true},
+        {"LambertArea", M::Scalar, false},         // in the catalogue, not registered
+        {"VincentyArea", M::Scalar, false},
+        {"not_in_catalogue", M::Scalar, false},
+    };
+    for (const Case& c : cases) {
+        const QString name = QString::fromLatin1(c.name);
+        const QStringList list = engine->functionList(c.mask);
+        EXPECT_EQ(list.contains(name, Qt::CaseSensitive), c.listed) << c.name << " mask " << int(c.mask);
+        EXPECT_EQ(engine->functionSet(c.mask).count(name), c.listed ? 1u : 0u) << c.name;
+        const auto value = sql::FunctionNameInfo::find(name);
+        if (value != sql::FunctionName::None) {
+            EXPECT_EQ(engine->sqlFunctionSet(c.mask).contains(value), c.listed) << c.name;
+        }
+    }
+    // The set keeps the catalogue's mask, not the requested one.
+    EXPECT_EQ(int(engine->sqlFunctionSet(M::Scalar).mask(sql::FunctionName::Max)), 3);
+    // The list is the set in case-insensitive order, each name once.
+    const QStringList all = engine->functionList(M::Scalar | M::Aggregate | M::Window);
+    EXPECT_GT(all.size(), 100);
+    EXPECT_TRUE(std::is_sorted(all.begin(), all.end(), engine::caseInsensitiveLess()));
+    EXPECT_EQ(std::adjacent_find(all.begin(), all.end(), [](const QString& a, const QString& b) {
+                  return a.compare(b, Qt::CaseInsensitive) == 0;
+              }), all.end());
+}
+
+TEST_F(EngineDatabase, FunctionCatalogueIsEmptyWithoutAConnection)
+{
+    Engine::unload(&core);
+    EXPECT_TRUE(engine->functionList(sql::FunctionInfo::Scalar).isEmpty());
+    EXPECT_TRUE(engine->sqlFunctionSet(sql::FunctionInfo::Scalar).empty());
+}
+
+TEST_F(EngineDatabase, OperatorListLeavesOutTheUntranslatable)
+{
+    const sql::OperatorSet operators = engine->operatorList();
+    EXPECT_EQ(operators.toBitArray().size(), 46);
+    EXPECT_EQ(operators.toBitArray().count(true), 43);
+    for (int code : {0, 10, 31})
+        EXPECT_FALSE(operators.contains(sql::OperationCode(code))) << code;
+    for (int code : {1, 9, 11, 30, 32, 45})
+        EXPECT_TRUE(operators.contains(sql::OperationCode(code))) << code;
+}
+
 class Management final : public engine::TableManagement {
 public:
     Management(QString name, int* destroyed, bool detachResult = true)
@@ -286,7 +366,7 @@ public:
     ~Management() override { ++*destroyed; }
     bool detach() override { ++detached; return detachResult; }
     QString tableName() const override { return name; }
-    void reset() override {}
+    void reset() override { ++resets; }
     std::shared_ptr<cs::CoordSystem> coordSystem() const override { return coordSys; }
     std::shared_ptr<dp::Table> table() const override { return nullptr; }
 
@@ -294,6 +374,7 @@ public:
     int* destroyed;
     bool detachResult;
     int detached = 0;
+    int resets = 0;
     std::shared_ptr<cs::CoordSystem> coordSys;
 };
 
@@ -342,6 +423,59 @@ TEST_F(EngineDatabase, TableManagements)
     delete engine;
     EXPECT_EQ(destroyed, 4);
     engine = nullptr;
+}
+
+TEST_F(EngineDatabase, IndexStoresPerTable)
+{
+    using dp::SimpleAttributeDefinition;
+    const dp::TableSchema schema({dp::AttributeDefinitionPtr(new SimpleAttributeDefinition("name", QMetaType::QString))});
+    auto roads = std::make_shared<dp::MemoryTable>(QStringLiteral("roads"), schema);
+    auto rivers = std::make_shared<dp::MemoryTable>(QStringLiteral("Roads"), schema);
+
+    EXPECT_EQ(engine->indices(nullptr), nullptr);
+    engine::EngineIndices* store = engine->indices(roads);
+    ASSERT_NE(store, nullptr);
+    EXPECT_EQ(engine->indices(roads), store);
+    EXPECT_NE(engine->indices(rivers), store) << "names are exact";
+    EXPECT_FALSE(store->isCorrect()) << "made without storage";
+
+    ASSERT_TRUE(store->createStorage(schema));
+    const int index = store->addIndex({{0}});
+    ASSERT_GE(index, 0);
+    // The engine's settings: the "Locale" collation and case-insensitive LIKE.
+    {
+        auto inserter = store->getInserter(index);
+        ASSERT_TRUE(inserter);
+        EXPECT_TRUE(inserter->add(1, {QStringLiteral("Ёлка")}));
+        EXPECT_TRUE(inserter->add(2, {QStringLiteral("ель")}));
+        store->flushInserter(std::move(inserter));
+    }
+    using C = engine::EngineIndices::Constant;
+    EXPECT_EQ(store->findRows(index, {C{0, C::Equal, {QStringLiteral("ёлка")}}}), (std::vector<std::int64_t>{1}));
+    EXPECT_EQ(store->findRows(index, {C{0, C::Like, {QStringLiteral("Е%")}}}), (std::vector<std::int64_t>{2}));
+
+    int destroyed = 0;
+    auto management = std::make_unique<Management>(QStringLiteral("roads"), &destroyed);
+    Management* kept = management.get();
+    engine->registerManagement(std::move(management));
+    const QString file = static_cast<engine::EngineIndicesSqlite*>(store)->fileName();
+    EXPECT_TRUE(QFileInfo::exists(file));
+    engine->clearIndices(roads);
+    EXPECT_FALSE(store->isCorrect());
+    EXPECT_FALSE(QFileInfo::exists(file));
+    EXPECT_EQ(kept->resets, 1);
+    EXPECT_EQ(engine->indices(roads), store) << "the store stays registered";
+    engine->clearIndices(std::make_shared<dp::MemoryTable>(QStringLiteral("nothing"), schema));
+    engine->clearIndices(nullptr);
+
+    // Stores and their folders go with the engine.
+    ASSERT_TRUE(store->createStorage(schema));
+    const QString folder = QFileInfo(file).absolutePath();
+    EXPECT_TRUE(QFileInfo::exists(folder));
+    delete engine;
+    engine = nullptr;
+    EXPECT_FALSE(QFileInfo::exists(folder));
+    EXPECT_EQ(destroyed, 1);
 }
 
 TEST_F(EngineDatabase, Translation)

@@ -6,10 +6,12 @@
 #include "engine/translation/SqliteStringBuilder.h"
 #include "modules/functions/FunctionModule.h"
 #include "platform/core/Core.h"
+#include "platform/dp/Table.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
 #include "tools/tessera-sql/ErrorText.h"
 #include "tools/tessera-sql/GeometryText.h"
+#include "tools/tessera-sql/MetaCommands.h"
 #include "tools/tessera-sql/StatementSplitter.h"
 #include "tools/tessera-sql/TableImporter.h"
 
@@ -17,6 +19,7 @@
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTextStream>
+#include <algorithm>
 #include <stdexcept>
 
 namespace tessera::shell {
@@ -28,13 +31,17 @@ struct Shell::Private {
     // The functions a statement may call; read again after anything that
     // can register functions (opening a file loads a module).
     engine::SqliteStringBuilder::NameSet functions;
+    // Opened tables stay here: an index is built from the table itself.
+    std::map<QString, std::shared_ptr<dp::Table>> tables;
+    std::map<QString, std::vector<int>> indexIds;
 };
 
 namespace {
 
 // The functions a statement may call: every function registered on the
 // engine connection, so that a misspelt name is refused with its place
-// before SQLite sees it. (To be replaced by the engine's own function set.)
+// before SQLite sees it. Not the dialect catalogue: the translator also emits
+// the engine's own names (concat, objectarea, ...), which it does not list.
 engine::SqliteStringBuilder::NameSet functionWhiteList(Engine& engine)
 {
     engine::SqliteStringBuilder::NameSet names;
@@ -75,9 +82,40 @@ void Shell::setOptions(ShellOptions options)
 
 bool Shell::openFile(const QString& path, const QString& name, QString& error)
 {
-    const bool opened = importTable(*d->engine, path, name, error);
+    std::shared_ptr<dp::Table> table;
+    const bool opened = importTable(*d->engine, path, name, error, &table);
     d->functions = functionWhiteList(*d->engine);
-    return opened;
+    if (!opened)
+        return false;
+    d->tables[table->name()] = table;
+    return true;
+}
+
+Engine& Shell::engine() const
+{
+    return *d->engine;
+}
+
+std::shared_ptr<dp::Table> Shell::table(const QString& name) const
+{
+    auto it = d->tables.find(name);
+    if (it == d->tables.end())
+        it = std::find_if(d->tables.begin(), d->tables.end(),
+                          [&](const auto& entry) { return entry.first.compare(name, Qt::CaseInsensitive) == 0; });
+    return it == d->tables.end() ? nullptr : it->second;
+}
+
+QStringList Shell::tableNames() const
+{
+    QStringList names;
+    for (const auto& entry : d->tables)
+        names << entry.first;
+    return names;
+}
+
+std::vector<int>& Shell::indexIds(const QString& table)
+{
+    return d->indexIds[table];
 }
 
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
@@ -117,10 +155,24 @@ bool Shell::runScript(const QString& script, QTextStream& out, QTextStream& err)
         err.flush();
         return false;
     }
-    for (const QString& statement : splitStatements(script))
-        if (!runStatement(statement, out, err))
-            return false;
-    return true;
+    auto runStatements = [&](const QString& text) {
+        for (const QString& statement : splitStatements(text))
+            if (!runStatement(statement, out, err))
+                return false;
+        return true;
+    };
+    // A meta-command line between statements runs after what comes before it.
+    QString pending;
+    for (const QString& line : script.split(QLatin1Char('\n'))) {
+        if (isMetaCommand(line) && endsBetweenStatements(pending)) {
+            if (!runStatements(pending) || !runMetaCommand(*this, line, out, err))
+                return false;
+            pending.clear();
+            continue;
+        }
+        pending += line + QLatin1Char('\n');
+    }
+    return runStatements(pending);
 }
 
 bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream& err)

@@ -5,9 +5,15 @@
 #include "tools/tessera-sql/ResultPrinter.h"
 
 #include <QString>
+#include <QStringList>
+#include <map>
 #include <memory>
+#include <vector>
 
 class QTextStream;
+
+namespace tessera { class Engine; }
+namespace tessera::dp { class Table; }
 
 namespace tessera::shell {
 
@@ -32,13 +38,21 @@ public:
     // `error` when it cannot be read.
     bool openFile(const QString& path, const QString& name, QString& error);
 
-    // Runs every statement of the script; stops at the first failing one.
-    // Returns false after an error, which is written to `err`.
+    // Runs every statement and meta-command (MetaCommands.h) of the script;
+    // stops at the first failing one. Returns false after an error, which is
+    // written to `err`.
     bool runScript(const QString& script, QTextStream& out, QTextStream& err);
     bool runStatement(const QString& statement, QTextStream& out, QTextStream& err);
 
     // The SQLite text of a dialect statement, or false with the reasons in `error`.
     bool translate(const QString& statement, QString& sqlite, QString& error) const;
+
+    Engine& engine() const;
+    // A table opened with openFile: exact name first, then ignoring case.
+    std::shared_ptr<dp::Table> table(const QString& name) const;
+    QStringList tableNames() const;
+    // The ids of the indices built on a table with .index (kept in its store).
+    std::vector<int>& indexIds(const QString& table);
 
 private:
     struct Private;

@@ -63,4 +63,12 @@ QStringList splitStatements(const QString& script)
     return statements;
 }
 
+bool endsBetweenStatements(const QString& script)
+{
+    // A word added on a line of its own is a statement of its own exactly
+    // when nothing before it is left open (a statement, a quote, a comment).
+    const QStringList statements = splitStatements(script + QLatin1String("\nx"));
+    return !statements.isEmpty() && statements.back() == QLatin1String("x");
+}
+
 } // namespace tessera::shell

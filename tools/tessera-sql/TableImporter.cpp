@@ -54,7 +54,7 @@ QString columnName(const QString& definition)
 
 } // namespace
 
-bool importTable(Engine& engine, const QString& path, const QString& name, QString& error)
+bool importTable(Engine& engine, const QString& path, const QString& name, QString& error, std::shared_ptr<dp::Table>* imported)
 {
     std::shared_ptr<dp::MemoryTable> table;
     try {
@@ -102,6 +102,8 @@ bool importTable(Engine& engine, const QString& path, const QString& name, QStri
         }
     }
     db.commit();
+    if (imported)
+        *imported = table;
     return true;
 }
 

@@ -1,5 +1,6 @@
 // tessera-sql: runs dialect queries on the engine from the command line.
 
+#include "tools/tessera-sql/MetaCommands.h"
 #include "tools/tessera-sql/Shell.h"
 #include "tools/tessera-sql/StatementSplitter.h"
 
@@ -42,6 +43,10 @@ bool interactive(Shell& shell, QTextStream& in, QTextStream& out, QTextStream& e
         const QString line = in.readLine();
         if (line.isNull())
             break;
+        if (pending.isEmpty() && isMetaCommand(line)) {
+            ok = shell.runScript(line, out, err) && ok;
+            continue;
+        }
         pending += line + '\n';
         // Run what is complete; keep an unfinished tail for the next line.
         const int end = pending.lastIndexOf(';');
@@ -68,7 +73,8 @@ int main(int argc, char* argv[])
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "Runs queries of the GIS SQL dialect on the Tessera engine.\n"
-        "Statements come from -c, from FILE, or from standard input; ';' separates them."));
+        "Statements come from -c, from FILE, or from standard input; ';' separates them.\n"
+        "A line that starts with '.' is a meta-command (.help lists them)."));
     parser.addHelpOption();
     parser.addVersionOption();
     const QCommandLineOption commandOption({QStringLiteral("c"), QStringLiteral("command")},

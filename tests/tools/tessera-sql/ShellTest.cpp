@@ -1,11 +1,17 @@
 // The shell end to end: dialect queries translated and run on the engine with
 // the function module, geometry tables, GIS files, and the program's options.
 
+#include "engine/Engine.h"
+#include "engine/indices/EngineIndices.h"
+#include "platform/dp/Table.h"
 #include "tests/engine/TestApplication.h"
 #include "tools/tessera-sql/Shell.h"
 
 #include <QFile>
 #include <QProcess>
+#include <QProcessEnvironment>
+#include <QRegularExpression>
+#include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <gtest/gtest.h>
@@ -302,6 +308,72 @@ TEST_F(ShellTest, OpensGisFiles)
     EXPECT_GT(scalar(QStringLiteral("Select Count(*) From countries")).toInt(), 10);
 }
 
+TEST_F(ShellTest, MetaCommands)
+{
+    const QString path = QStringLiteral(TESSERA_TEST_DATA "/countries.geojson");
+    if (!QFile::exists(path))
+        GTEST_SKIP() << "no sample data";
+    const QString table = QStringLiteral("meta_countries");
+    QString error;
+    if (!shell->table(table)) {
+        ASSERT_TRUE(shell->openFile(path, table, error)) << error.toStdString();
+    }
+
+    struct Case {
+        const char* name;
+        const char* script;
+        bool ok;
+        const char* out;   // a part of the output
+        const char* err;   // a part of the error
+    };
+    const Case cases[] = {
+        {"functions", ".functions", true, "\nLambertDistance\n", ""},
+        {"aggregates", ".functions 2", true, "\nWtAvg\n", ""},
+        {"bad mask", ".functions scalar", false, "", "MASK"},
+        {"operators", ".operators", true, "\n9\n11\n", ""},
+        {"unknown table", ".index nowhere name", false, "", "no table nowhere is open"},
+        {"unknown column", ".index meta_countries nothing", false, "", "table meta_countries has no column nothing"},
+        {"geometry column", ".index meta_countries obj", false, "", "cannot be indexed"},
+        {"unknown index", ".dropindex meta_countries 999", false, "", "table meta_countries has no index 999"},
+        {"unknown command", ".nothing", false, "", "unknown command .nothing"},
+        {"argument count", ".dropindex meta_countries", false, "", "usage: .dropindex TABLE INDEX"},
+        {"between statements", "Select 1 As a;\n  .operators\nSelect 2 As b", true, "a\r\n1\r\n1\n2\n", ""},
+        {"inside a string", "Select 'x\n.operators' As t", true, "\"x\n.operators\"", ""},
+    };
+    for (const Case& c : cases) {
+        const Outcome o = run(QString::fromUtf8(c.script));
+        EXPECT_EQ(o.ok, c.ok) << c.name << ": " << o.err.toStdString();
+        EXPECT_TRUE(o.out.contains(QString::fromUtf8(c.out))) << c.name << ": " << o.out.toStdString();
+        EXPECT_TRUE(o.err.contains(QString::fromUtf8(c.err))) << c.name << ": " << o.err.toStdString();
+    }
+    // The catalogue offers only what the function module registered.
+    const QStringList functions = run(QStringLiteral(".functions")).out.split('\n');
+    EXPECT_FALSE(functions.contains(QStringLiteral("LambertArea")));
+    EXPECT_FALSE(functions.contains(QStringLiteral("VincentyArea")));
+
+    // .index builds a real, filled store over the opened table.
+    const Outcome built = run(QStringLiteral(".index meta_countries continent, name"));
+    ASSERT_TRUE(built.ok) << built.err.toStdString();
+    const auto match = QRegularExpression(QStringLiteral("^index (\\d+) on meta_countries \\(continent, name\\): (\\d+) rows\n$")).match(built.out);
+    ASSERT_TRUE(match.hasMatch()) << built.out.toStdString();
+    const int id = match.captured(1).toInt();
+    EXPECT_EQ(match.captured(2), scalar(QStringLiteral("Select Count(*) From meta_countries")));
+    std::vector<std::int64_t> europe;
+    QSqlQuery query(shell->engine().engineDatabase());
+    ASSERT_TRUE(query.exec(QStringLiteral("Select rowid From meta_countries Where continent = 'Europe' Order By rowid")));
+    while (query.next())
+        europe.push_back(query.value(0).toLongLong());
+    ASSERT_FALSE(europe.empty());
+    using C = tessera::engine::EngineIndices::Constant;
+    EXPECT_EQ(shell->engine().indices(shell->table(table))->findRows(id, {C{0, C::Equal, {QStringLiteral("EUROPE")}}}), europe);
+
+    const QString listed = QStringLiteral("meta_countries,%1,\"continent,name\",%2").arg(id).arg(match.captured(2));
+    EXPECT_TRUE(run(QStringLiteral(".indexes")).out.contains(listed));
+    EXPECT_TRUE(run(QStringLiteral(".indexes META_COUNTRIES")).out.contains(listed));
+    EXPECT_TRUE(run(QStringLiteral(".dropindex meta_countries %1").arg(id)).ok);
+    EXPECT_FALSE(run(QStringLiteral(".indexes")).out.contains(listed));
+}
+
 // The program as a user runs it.
 QProcess* runProgram(const QStringList& arguments, const QByteArray& input = QByteArray())
 {
@@ -346,9 +418,28 @@ TEST(TesseraSqlProgram, ExitStatusOptionsAndStreams)
         EXPECT_TRUE(nul->readAllStandardError().contains("line 2, column 9: NUL character"));
     }
 
+    std::unique_ptr<QProcess> meta(runProgram({QStringLiteral("-c"), QStringLiteral(".operators")}));
+    EXPECT_EQ(meta->exitCode(), 0) << meta->readAllStandardError().toStdString();
+    EXPECT_TRUE(meta->readAllStandardOutput().startsWith("1\n2\n3\n"));
+
     std::unique_ptr<QProcess> missing(runProgram({QStringLiteral("/nonexistent/script.sql")}));
     EXPECT_EQ(missing->exitCode(), 1);
     EXPECT_TRUE(missing->readAllStandardError().contains("cannot read"));
+}
+
+TEST(TesseraSqlProgram, IndexStoreWithoutAWritableFolder)
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("TMPDIR"), QStringLiteral("/dev/null"));
+    process.setProcessEnvironment(environment);
+    process.start(QStringLiteral(TESSERA_SQL_PROGRAM),
+                  {QStringLiteral("--open"), QStringLiteral(TESSERA_TEST_DATA "/countries.geojson"), QStringLiteral("-c"),
+                   QStringLiteral(".index countries name")});
+    process.closeWriteChannel();
+    ASSERT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitCode(), 1);
+    EXPECT_TRUE(process.readAllStandardError().startsWith("error: cannot make an index store for table countries: "));
 }
 
 } // namespace

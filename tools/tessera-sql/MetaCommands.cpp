@@ -1,0 +1,255 @@
+#include "tools/tessera-sql/MetaCommands.h"
+
+#include "engine/Engine.h"
+#include "engine/EngineCache.h"
+#include "engine/functions/ValueConversions.h"
+#include "engine/indices/EngineIndices.h"
+#include "platform/dp/Table.h"
+#include "platform/sql/OperatorSet.h"
+#include "tools/tessera-sql/ResultPrinter.h"
+#include "tools/tessera-sql/Shell.h"
+
+#include <QTextStream>
+#include <algorithm>
+#include <exception>
+
+namespace tessera::shell {
+namespace {
+
+using engine::EngineIndices;
+
+bool fail(MetaContext& context, const QString& message)
+{
+    context.err << "error: " << message << '\n';
+    context.err.flush();
+    return false;
+}
+
+// The table opened under `name`, or an error.
+std::shared_ptr<dp::Table> openedTable(MetaContext& context, const QString& name)
+{
+    auto table = context.shell.table(name);
+    if (!table)
+        fail(context, QStringLiteral("no table %1 is open (open one with --open PATH[=NAME])").arg(name));
+    return table;
+}
+
+// The index store of an opened table, with its storage; null after an error.
+EngineIndices* storeOf(MetaContext& context, const std::shared_ptr<dp::Table>& table)
+{
+    EngineIndices* store = nullptr;
+    try {
+        store = context.shell.engine().indices(table);
+    } catch (const std::exception& e) {
+        fail(context, QStringLiteral("cannot make an index store for table %1: %2").arg(table->name(), QString::fromUtf8(e.what())));
+        return nullptr;
+    }
+    if (!store->isCorrect() && !store->createStorage(table->schema())) {
+        fail(context, QStringLiteral("cannot create the index store for table %1 (no column can be indexed, or its folder is not writable)")
+                          .arg(table->name()));
+        return nullptr;
+    }
+    return store;
+}
+
+QStringList indexColumns(const EngineIndices& store, int index, const dp::TableSchema& schema)
+{
+    QStringList names;
+    store.enumColumns(index, [&](int column) {
+        names << (column < schema.count() ? schema.attribute(column)->name() : QString::number(column));
+        return EngineIndices::Status::Continue;
+    });
+    return names;
+}
+
+bool functions(MetaContext& context, const QStringList& arguments)
+{
+    int mask = sql::FunctionInfo::Scalar;
+    if (!arguments.isEmpty()) {
+        bool ok = false;
+        mask = arguments.front().toInt(&ok, 0);
+        if (!ok || mask <= 0 || mask > 15)
+            return fail(context, QStringLiteral("MASK is a number from 1 to 15: 1 scalar, 2 aggregate, 8 window, or a sum of them"));
+    }
+    for (const QString& name : context.shell.engine().functionList(sql::FunctionInfo::TypeMasks(QFlag(mask))))
+        context.out << name << '\n';
+    return true;
+}
+
+bool operators(MetaContext& context, const QStringList&)
+{
+    const sql::OperatorSet set = context.shell.engine().operatorList();
+    for (int code = 0; code < set.toBitArray().size(); ++code)
+        if (set.contains(sql::OperationCode(code)))
+            context.out << code << '\n';
+    return true;
+}
+
+bool index(MetaContext& context, const QStringList& arguments)
+{
+    const auto table = openedTable(context, arguments.front());
+    if (!table)
+        return false;
+    const dp::TableSchema schema = table->schema();
+    std::vector<EngineIndices::Column> columns;
+    QStringList names;
+    // "a,b", "a, b" and "a , b" all name two columns.
+    for (const QString& name : arguments.mid(1).join(QLatin1Char(',')).split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+        const int position = schema.indexOf(name.trimmed());
+        if (position < 0)
+            return fail(context, QStringLiteral("table %1 has no column %2").arg(table->name(), name.trimmed()));
+        columns.push_back({position});
+        names << schema.attribute(position)->name();
+    }
+    if (columns.empty())
+        return fail(context, QStringLiteral("name the columns to index"));
+
+    EngineIndices* store = storeOf(context, table);
+    if (!store)
+        return false;
+    std::vector<int>& built = context.shell.indexIds(table->name());
+    const int id = store->addIndex(columns);
+    if (id < 0)
+        return fail(context, QStringLiteral("columns %1 of table %2 cannot be indexed (geometry and style columns cannot, nor a column twice)")
+                                 .arg(names.join(QLatin1String(", ")), table->name()));
+    if (std::find(built.begin(), built.end(), id) == built.end()) {
+        auto inserter = store->getInserter(id);
+        if (!inserter) {
+            store->dropIndex(id);
+            return fail(context, QStringLiteral("cannot fill the index on table %1").arg(table->name()));
+        }
+        engine::EngineCache* cache = context.shell.engine().cache();
+        auto cursor = table->features();
+        while (auto feature = cursor->next()) {
+            if (!inserter->add(cache->assignIdToInt(feature->id()), feature->attributeValues())) {
+                inserter.reset();   // rolls the fill back
+                store->dropIndex(id);
+                return fail(context, QStringLiteral("cannot fill the index on table %1").arg(table->name()));
+            }
+        }
+        store->flushInserter(std::move(inserter));
+        store->setQuantity(static_cast<unsigned long long>(std::max<qint64>(0, table->featureCount())));
+        built.push_back(id);
+    }
+    const auto statistics = store->statistics(id);
+    context.out << "index " << id << " on " << table->name() << " (" << indexColumns(*store, id, schema).join(QLatin1String(", "))
+                << "): " << (statistics ? statistics->rows : 0) << " rows\n";
+    return true;
+}
+
+bool indexes(MetaContext& context, const QStringList& arguments)
+{
+    QStringList tables = context.shell.tableNames();
+    if (!arguments.isEmpty()) {
+        const auto table = openedTable(context, arguments.front());
+        if (!table)
+            return false;
+        tables = QStringList{table->name()};
+    }
+    ResultSet result;
+    result.columns = QStringList{QStringLiteral("table"), QStringLiteral("index"), QStringLiteral("columns"), QStringLiteral("rows")};
+    for (const QString& name : tables) {
+        const auto table = context.shell.table(name);
+        const std::vector<int>& ids = context.shell.indexIds(name);
+        if (!table || ids.empty())
+            continue;
+        EngineIndices* store = context.shell.engine().indices(table);
+        for (int id : ids) {
+            const auto statistics = store->statistics(id);
+            result.rows.push_back({name, id, indexColumns(*store, id, table->schema()).join(QLatin1Char(',')),
+                                   QVariant(static_cast<qulonglong>(statistics ? statistics->rows : 0))});
+        }
+    }
+    printResult(context.out, result, context.shell.options().format);
+    return true;
+}
+
+bool dropIndex(MetaContext& context, const QStringList& arguments)
+{
+    const auto table = openedTable(context, arguments[0]);
+    if (!table)
+        return false;
+    bool ok = false;
+    const int id = arguments[1].toInt(&ok);
+    std::vector<int>& ids = context.shell.indexIds(table->name());
+    const auto it = std::find(ids.begin(), ids.end(), id);
+    if (!ok || it == ids.end())
+        return fail(context, QStringLiteral("table %1 has no index %2 (.indexes lists them)").arg(table->name(), arguments[1]));
+    context.shell.engine().indices(table)->dropIndex(id);
+    ids.erase(it);
+    return true;
+}
+
+bool help(MetaContext& context, const QStringList&)
+{
+    for (const MetaCommand& command : metaCommands())
+        context.out << QString::fromUtf8(command.usage).leftJustified(36) << ' ' << command.summary << '\n';
+    return true;
+}
+
+} // namespace
+
+const std::vector<MetaCommand>& metaCommands()
+{
+    static const std::vector<MetaCommand> commands = {
+        {".dropindex", ".dropindex TABLE INDEX", "drop an index built with .index", 2, 2, dropIndex},
+        {".functions", ".functions [MASK]", "the dialect functions available (1 scalar, 2 aggregate, 8 window)", 0, 1, functions},
+        {".help", ".help", "this list", 0, 0, help},
+        {".index", ".index TABLE COLUMN[,COLUMN...]", "build and fill an index over columns of an open table", 2, -1, index},
+        {".indexes", ".indexes [TABLE]", "the indices with their columns and rows", 0, 1, indexes},
+        {".operators", ".operators", "the operation codes the engine translates", 0, 0, operators},
+    };
+    return commands;
+}
+
+bool isMetaCommand(const QString& line)
+{
+    const QString trimmed = line.trimmed();
+    return trimmed.size() > 1 && trimmed.front() == '.' && trimmed.at(1).isLetter();
+}
+
+QStringList metaCommandWords(const QString& line)
+{
+    QStringList words;
+    const QString text = line.trimmed();
+    int i = 0;
+    while (i < text.size()) {
+        if (text.at(i).isSpace()) {
+            ++i;
+            continue;
+        }
+        QString word;
+        if (text.at(i) == '"' || text.at(i) == '\'') {
+            const QChar quote = text.at(i++);
+            while (i < text.size() && text.at(i) != quote)
+                word += text.at(i++);
+            ++i;
+        } else {
+            while (i < text.size() && !text.at(i).isSpace())
+                word += text.at(i++);
+        }
+        words << word;
+    }
+    return words;
+}
+
+bool runMetaCommand(Shell& shell, const QString& line, QTextStream& out, QTextStream& err)
+{
+    MetaContext context{shell, out, err};
+    const QStringList words = metaCommandWords(line);
+    const QString name = words.value(0);
+    const auto& commands = metaCommands();
+    const auto command = std::find_if(commands.begin(), commands.end(), [&](const MetaCommand& c) {
+        return name == QLatin1String(c.name);
+    });
+    if (command == commands.end())
+        return fail(context, QStringLiteral("unknown command %1 (.help lists the commands)").arg(name));
+    const QStringList arguments = words.mid(1);
+    if (arguments.size() < command->minArguments || (command->maxArguments >= 0 && arguments.size() > command->maxArguments))
+        return fail(context, QStringLiteral("usage: %1").arg(QString::fromUtf8(command->usage)));
+    const bool ok = command->run(context, arguments);
+    out.flush();
+    return ok;
+}
+
+} // namespace tessera::shell
