@@ -5,18 +5,23 @@
 #include "engine/geometry/GeometryConversions.h"
 #include "engine/translation/SqliteStringBuilder.h"
 #include "modules/functions/FunctionModule.h"
+#include "modules/tables/TableAdapterExtension.h"
+#include "modules/tables/TableAdapterModule.h"
 #include "platform/core/Core.h"
+#include "platform/dp/DataCatalog.h"
+#include "providers/gdal/GdalTable.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
 #include "tools/tessera-sql/ErrorText.h"
 #include "tools/tessera-sql/GeometryText.h"
 #include "tools/tessera-sql/StatementSplitter.h"
-#include "tools/tessera-sql/TableImporter.h"
 
+#include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTextStream>
+#include <functional>
 #include <stdexcept>
 
 namespace tessera::shell {
@@ -25,7 +30,51 @@ struct Shell::Private {
     ShellOptions options;
     std::unique_ptr<Core> core;
     Engine* engine = nullptr;
+    dp::DataCatalog* catalog = nullptr;             // owned by the core
+    modules::TableAdapterExtension* tables = nullptr;   // owned by the core
 };
+
+namespace {
+
+// "file.gpkg:roads" is layer roads of file.gpkg, unless the whole text names
+// a file (or is a connection string such as "PG:...").
+void splitLayer(const QString& text, QString& path, QString& layer)
+{
+    path = text;
+    layer.clear();
+    const int colon = text.lastIndexOf(QLatin1Char(':'));
+    if (colon > 1 && !QFileInfo::exists(text) && QFileInfo::exists(text.left(colon))) {
+        path = text.left(colon);
+        layer = text.mid(colon + 1);
+    }
+}
+
+// Words separated by blanks; "..." keeps blanks inside a word.
+QStringList words(const QString& line)
+{
+    QStringList result;
+    QString word;
+    bool quoted = false, any = false;
+    for (const QChar c : line) {
+        if (c == QLatin1Char('"')) {
+            quoted = !quoted;
+            any = true;
+        } else if (c.isSpace() && !quoted) {
+            if (any)
+                result << word;
+            word.clear();
+            any = false;
+        } else {
+            word += c;
+            any = true;
+        }
+    }
+    if (any)
+        result << word;
+    return result;
+}
+
+} // namespace
 
 Shell::Shell(ShellOptions options)
     : d(std::make_unique<Private>())
@@ -34,6 +83,14 @@ Shell::Shell(ShellOptions options)
     d->core = std::make_unique<Core>();
     d->engine = Engine::load(d->core.get());
     d->engine->loadTableAdapterModule(d->core.get(), &modules::initFunctionModule);
+    d->engine->loadTableAdapterModule(d->core.get(), &modules::initTableAdapterModule);
+    d->catalog = new dp::DataCatalog(d->core.get());
+    d->core->registerService(d->catalog);
+    d->tables = new modules::TableAdapterExtension(d->core.get());
+    d->tables->dependencyManager().setCore(d->core.get());
+    d->tables->linkDataCatalog();
+    // A renamed catalog object takes its virtual table along.
+    QObject::connect(d->catalog, &dp::DataCatalog::dataObjectRenamed, d->tables, &EngineExtension::rename);
 }
 
 Shell::~Shell()
@@ -53,7 +110,158 @@ void Shell::setOptions(ShellOptions options)
 
 bool Shell::openFile(const QString& path, const QString& name, QString& error)
 {
-    return importTable(*d->engine, path, name, error);
+    return openFile(path, name, QStringList(), error);
+}
+
+bool Shell::openFile(const QString& text, const QString& name, const QStringList& openOptions, QString& error)
+{
+    providers::GdalTable::Options options;
+    QString path;
+    splitLayer(text, path, options.layer);
+    options.openOptions = openOptions;
+    if (!name.isEmpty()) {
+        if (d->catalog->findByName(name)) {
+            error = QStringLiteral("cannot open %1: a table named %2 is open").arg(text, name);
+            return false;
+        }
+        options.name = name;
+    } else if (QFileInfo::exists(path)) {
+        options.name = dp::DataObject::makeValidObjectName(options.layer.isEmpty() ? QFileInfo(path).completeBaseName() : options.layer);
+    }
+    try {
+        auto table = providers::GdalTable::open(path, options);
+        table->setName(d->catalog->uniqueName(table->name()));
+        // The extension creates the virtual table as the catalog reports it.
+        d->catalog->addDataObject(table);
+    } catch (const std::exception& e) {
+        QStringList reasons;
+        const std::function<void(const std::exception&)> collect = [&](const std::exception& x) {
+            reasons << QString::fromUtf8(x.what());
+            try {
+                std::rethrow_if_nested(x);
+            } catch (const std::exception& inner) {
+                collect(inner);
+            } catch (...) {
+            }
+        };
+        collect(e);
+        error = reasons.join(QLatin1String(": "));
+        return false;
+    }
+    return true;
+}
+
+QStringList Shell::tableNames() const
+{
+    QStringList names;
+    for (const auto& object : d->catalog->dataObjects())
+        names << object->name();
+    return names;
+}
+
+bool Shell::closeTable(const QString& name, QString& error)
+{
+    const auto object = d->catalog->findByName(name);
+    if (!object) {
+        error = QStringLiteral("no table named %1").arg(name);
+        return false;
+    }
+    return d->catalog->closeDataObject(object->id());
+}
+
+bool Shell::renameTable(const QString& oldName, const QString& newName, QString& error)
+{
+    const auto object = d->catalog->findByName(oldName);
+    if (!object) {
+        error = QStringLiteral("no table named %1").arg(oldName);
+        return false;
+    }
+    const auto other = d->catalog->findByName(newName);
+    if (other && other != object) {
+        error = QStringLiteral("a table named %1 is open").arg(newName);
+        return false;
+    }
+    const QString valid = dp::DataObject::makeValidObjectName(newName);
+    if (valid != newName) {
+        error = QStringLiteral("%1 is not a valid table name (%2 would be)").arg(newName, valid);
+        return false;
+    }
+    object->setName(newName);   // the catalog tells the extension
+    return true;
+}
+
+bool Shell::describeTable(const QString& name, QTextStream& out, QString& error) const
+{
+    QList<dp::DataObjectPtr> objects;
+    if (name.isEmpty()) {
+        objects = d->catalog->dataObjects();
+    } else if (auto object = d->catalog->findByName(name)) {
+        objects << object;
+    } else {
+        error = QStringLiteral("no table named %1").arg(name);
+        return false;
+    }
+    for (const auto& object : objects) {
+        const auto table = std::dynamic_pointer_cast<dp::Table>(object);
+        if (!table)
+            continue;
+        out << object->name() << " (" << object->tableSourceDescription() << ")\n";
+        // The virtual table's columns, one per attribute in schema order.
+        QSqlQuery columns(d->engine->engineDatabase());
+        columns.prepare(QStringLiteral("Select name, type From pragma_table_info(?)"));
+        columns.addBindValue(object->name());
+        columns.exec();
+        const dp::TableSchema schema = table->schema();
+        for (int i = 0; i < schema.count() && columns.next(); ++i)
+            out << "  " << schema.attribute(i)->name() << ": " << columns.value(0).toString() << ' '
+                << columns.value(1).toString() << '\n';
+    }
+    out.flush();
+    return true;
+}
+
+bool Shell::isMetaCommand(const QString& line)
+{
+    return line.trimmed().startsWith(QLatin1Char('.'));
+}
+
+bool Shell::runMetaCommand(const QString& line, QTextStream& out, QTextStream& err)
+{
+    const QStringList w = words(line.trimmed());
+    const QString command = w.value(0);
+    QString error;
+    bool ok = false;
+    if (command == QLatin1String(".open") && w.size() >= 2) {
+        QString name;
+        QStringList openOptions;
+        for (int i = 2; i < w.size(); ++i) {
+            if (w[i].contains(QLatin1Char('=')))
+                openOptions << w[i];
+            else if (name.isEmpty())
+                name = w[i];
+        }
+        ok = openFile(w[1], name, openOptions, error);
+    } else if (command == QLatin1String(".tables") && w.size() == 1) {
+        for (const QString& name : tableNames())
+            out << name << '\n';
+        ok = true;
+    } else if (command == QLatin1String(".close") && w.size() == 2) {
+        ok = closeTable(w[1], error);
+    } else if (command == QLatin1String(".rename") && w.size() == 3) {
+        ok = renameTable(w[1], w[2], error);
+    } else if (command == QLatin1String(".schema") && w.size() <= 2) {
+        ok = describeTable(w.value(1), out, error);
+    } else {
+        error = QStringLiteral("unknown command or wrong arguments: %1 "
+                               "(.open PATH [NAME] [KEY=VALUE ...], .tables, .close NAME, .rename OLD NEW, .schema [NAME])")
+                    .arg(line.trimmed());
+    }
+    out.flush();
+    if (!ok) {
+        err << "error: " << error << '\n';
+        err.flush();
+    }
+    return ok;
 }
 
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
@@ -82,10 +290,25 @@ bool Shell::translate(const QString& statement, QString& sqlite, QString& error)
 
 bool Shell::runScript(const QString& script, QTextStream& out, QTextStream& err)
 {
-    for (const QString& statement : splitStatements(script))
-        if (!runStatement(statement, out, err))
-            return false;
-    return true;
+    // Meta-commands take a line of their own between statements.
+    QString pending;
+    const auto flush = [&] {
+        const QStringList statements = splitStatements(pending);
+        pending.clear();
+        for (const QString& statement : statements)
+            if (!runStatement(statement, out, err))
+                return false;
+        return true;
+    };
+    for (const QString& line : script.split(QLatin1Char('\n'))) {
+        if (isMetaCommand(line) && (pending.trimmed().isEmpty() || pending.trimmed().endsWith(QLatin1Char(';')))) {
+            if (!flush() || !runMetaCommand(line, out, err))
+                return false;
+            continue;
+        }
+        pending += line + QLatin1Char('\n');
+    }
+    return flush();
 }
 
 bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream& err)

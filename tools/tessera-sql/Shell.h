@@ -5,6 +5,7 @@
 #include "tools/tessera-sql/ResultPrinter.h"
 
 #include <QString>
+#include <QStringList>
 #include <memory>
 
 class QTextStream;
@@ -27,10 +28,29 @@ public:
     const ShellOptions& options() const;
     void setOptions(ShellOptions options);
 
-    // Opens a GIS file (GeoJSON, Shapefile, GeoPackage, MIF/TAB, CSV, ...) as
-    // table `name` (the file's base name when empty). False with a message in
-    // `error` when it cannot be read.
+    // Opens a GIS source (GeoJSON, Shapefile, GeoPackage, MIF/TAB, CSV, a
+    // "PG:..." connection, ...) as table `name` (the file's base name when
+    // empty) in the shell's data catalog; the table adapter serves it live.
+    // "file.gpkg:roads" names a layer. `openOptions` are GDAL open options
+    // (KEY=VALUE). False with a message in `error` when it cannot be opened
+    // or the name is taken.
     bool openFile(const QString& path, const QString& name, QString& error);
+    bool openFile(const QString& path, const QString& name, const QStringList& openOptions, QString& error);
+
+    // The tables of the catalog, in the order they were opened.
+    QStringList tableNames() const;
+    // Closes a table (its virtual table is dropped).
+    bool closeTable(const QString& name, QString& error);
+    bool renameTable(const QString& oldName, const QString& newName, QString& error);
+    // One line per column: the attribute's name and its SQLite column text;
+    // every table when `name` is empty.
+    bool describeTable(const QString& name, QTextStream& out, QString& error) const;
+
+    // A line starting with '.': .open PATH [NAME] [KEY=VALUE ...], .tables,
+    // .close NAME, .rename OLD NEW, .schema [NAME]. False (message in `err`)
+    // for an unknown command or a failure.
+    static bool isMetaCommand(const QString& line);
+    bool runMetaCommand(const QString& line, QTextStream& out, QTextStream& err);
 
     // Runs every statement of the script; stops at the first failing one.
     // Returns false after an error, which is written to `err`.
