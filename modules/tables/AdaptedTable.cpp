@@ -7,6 +7,7 @@
 #include "platform/cs/CoordSystem.h"
 #include "platform/geometry/Geometry.h"
 
+#include <QHash>
 #include <QMutex>
 #include <QReadWriteLock>
 #include <QStringList>
@@ -21,7 +22,8 @@ struct AdaptedTable::Private {
     engine::EngineCache* cache = nullptr;
     int geometryAttribute = -1;
     std::unordered_map<std::int64_t, QByteArray> blobs;
-    std::shared_ptr<const BoundsIndex> bounds;
+    QHash<QByteArray, dp::ConstGeometryPtr> geometries;   // by the blobs above (shared bytes)
+    std::shared_ptr<const Snapshot> snapshot;
     QMutex buildMutex;   // one thread builds the R-tree, the others wait for it
     QMetaObject::Connection changed;
 
@@ -29,7 +31,8 @@ struct AdaptedTable::Private {
     {
         QWriteLocker locker(&lock);
         blobs.clear();
-        bounds.reset();
+        geometries.clear();
+        snapshot.reset();
     }
 };
 
@@ -66,7 +69,8 @@ void AdaptedTable::detach()
     QWriteLocker locker(&d->lock);
     d->table.reset();
     d->blobs.clear();
-    d->bounds.reset();
+    d->geometries.clear();
+    d->snapshot.reset();
 }
 
 void AdaptedTable::reset()
@@ -77,8 +81,12 @@ void AdaptedTable::reset()
 void AdaptedTable::forget(std::int64_t row)
 {
     QWriteLocker locker(&d->lock);
-    d->blobs.erase(row);
-    d->bounds.reset();
+    const auto it = d->blobs.find(row);
+    if (it != d->blobs.end()) {
+        d->geometries.remove(it->second);
+        d->blobs.erase(it);
+    }
+    d->snapshot.reset();
 }
 
 const dp::TableSchema& AdaptedTable::schema() const
@@ -143,7 +151,23 @@ QByteArray AdaptedTable::geometryBlob(std::int64_t row, const dp::Feature* featu
     QWriteLocker locker(&d->lock);
     if (!d->table)
         return blob;   // detached meanwhile: keep nothing
-    return d->blobs.emplace(row, blob).first->second;
+    const auto inserted = d->blobs.emplace(row, blob);
+    if (inserted.second && !blob.isEmpty())
+        d->geometries.insert(blob, geometry);
+    return inserted.first->second;
+}
+
+dp::ConstGeometryPtr AdaptedTable::geometryOf(const void* data, int size) const
+{
+    if (!data || size <= 0)
+        return nullptr;
+    {
+        QReadLocker locker(&d->lock);
+        const auto it = d->geometries.constFind(QByteArray::fromRawData(static_cast<const char*>(data), size));
+        if (it != d->geometries.constEnd())
+            return it.value();
+    }
+    return d->cache->geometryInfo(data, unsigned(size), true).geometry();
 }
 
 namespace {
@@ -155,64 +179,85 @@ bool sameCoordSystem(const std::shared_ptr<cs::CoordSystem>& a, const std::share
 
 } // namespace
 
+std::shared_ptr<const AdaptedTable::Snapshot> AdaptedTable::snapshot()
+{
+    {
+        QReadLocker locker(&d->lock);
+        if (d->snapshot)
+            return d->snapshot;
+    }
+    QMutexLocker building(&d->buildMutex);
+    {
+        QReadLocker locker(&d->lock);
+        if (d->snapshot)
+            return d->snapshot;
+    }
+    const auto table = this->table();
+    if (!table)
+        return nullptr;
+    // One pass over the table: every row id, every geometry encoded and its
+    // box collected.
+    auto result = std::make_shared<Snapshot>();
+    std::vector<BoundsIndex::Entry> entries;
+    bool uniform = true;
+    bool first = true;
+    std::shared_ptr<cs::CoordSystem> coordSystem;
+    auto cursor = table->features();
+    while (auto f = cursor->next()) {
+        if (!f->id().isValid())
+            continue;
+        const std::int64_t row = rowOf(f->id());
+        result->rows.push_back(row);
+        if (d->geometryAttribute < 0)
+            continue;
+        geometryBlob(row, f.get());
+        const auto geometry = f->geometry(d->geometryAttribute);
+        if (!geometry || geometry->isEmpty())
+            continue;   // meets nothing under the predicates
+        if (first)
+            coordSystem = geometry->coordSystem();
+        else if (uniform && !sameCoordSystem(coordSystem, geometry->coordSystem()))
+            uniform = false;
+        first = false;
+        entries.push_back({geometry->boundingRect().normalized(), row});
+    }
+    // Boxes in mixed systems cannot be compared: such a table keeps an empty
+    // index marked unusable.
+    result->bounds = std::make_shared<const BoundsIndex>(uniform ? entries : std::vector<BoundsIndex::Entry>{}, uniform,
+                                                         coordSystem);
+    QWriteLocker locker(&d->lock);
+    if (d->table)
+        d->snapshot = result;
+    return result;
+}
+
+bool AdaptedTable::allRows(std::vector<std::int64_t>& rows)
+{
+    const auto s = snapshot();
+    if (!s)
+        return false;
+    rows = s->rows;
+    return true;
+}
+
 bool AdaptedTable::candidates(const geometry::Geometry& other, BoundsIndex::Relation relation, std::vector<std::int64_t>& rows)
 {
     if (other.isEmpty())
         return false;
-    std::shared_ptr<const BoundsIndex> bounds;
-    {
-        QReadLocker locker(&d->lock);
-        bounds = d->bounds;
-    }
-    if (!bounds) {
-        QMutexLocker building(&d->buildMutex);
-        {
-            QReadLocker locker(&d->lock);
-            bounds = d->bounds;
-        }
-        if (!bounds) {
-            const auto table = this->table();
-            if (!table)
-                return false;
-            std::vector<BoundsIndex::Entry> entries;
-            bool uniform = true;
-            bool first = true;
-            std::shared_ptr<cs::CoordSystem> coordSystem;
-            auto cursor = table->features();
-            while (auto f = cursor->next()) {
-                if (!f->id().isValid())
-                    continue;
-                const auto geometry = f->geometry(d->geometryAttribute);
-                if (!geometry || geometry->isEmpty())
-                    continue;   // meets nothing under these predicates
-                if (first)
-                    coordSystem = geometry->coordSystem();
-                else if (uniform && !sameCoordSystem(coordSystem, geometry->coordSystem()))
-                    uniform = false;
-                first = false;
-                const std::int64_t row = rowOf(f->id());
-                geometryBlob(row, f.get());
-                entries.push_back({geometry->boundingRect().normalized(), row});
-            }
-            // Boxes in mixed systems cannot be compared: such a table keeps an
-            // empty index that answers nothing (see below).
-            bounds = std::make_shared<const BoundsIndex>(uniform ? entries : std::vector<BoundsIndex::Entry>{},
-                                                         uniform, coordSystem);
-            QWriteLocker locker(&d->lock);
-            if (d->table)
-                d->bounds = bounds;
-        }
-    }
-    if (!bounds->usable() || (bounds->size() > 0 && !sameCoordSystem(bounds->coordSystem(), other.coordSystem())))
+    const auto s = snapshot();
+    if (!s)
         return false;
-    rows = bounds->query(other.boundingRect().normalized(), relation);
+    const BoundsIndex& bounds = *s->bounds;
+    if (!bounds.usable() || (bounds.size() > 0 && !sameCoordSystem(bounds.coordSystem(), other.coordSystem())))
+        return false;
+    rows = bounds.query(other.boundingRect().normalized(), relation);
     return true;
 }
 
 bool AdaptedTable::hasBoundsIndex() const
 {
     QReadLocker locker(&d->lock);
-    return d->bounds != nullptr;
+    return d->snapshot != nullptr;
 }
 
 } // namespace tessera::modules

@@ -47,14 +47,28 @@ public:
     // `feature` saves reading the row again when the caller has it.
     QByteArray geometryBlob(std::int64_t row, const dp::Feature* feature);
 
+    // The geometry of a blob this table handed out (the feature's own object,
+    // so that GEOS forms remembered for it are found again); other blobs are
+    // decoded through the engine cache. Empty when the bytes hold none.
+    std::shared_ptr<const geometry::Geometry> geometryOf(const void* data, int size) const;
+
     // Rows whose bounds relate to the bounds of `other`; builds the R-tree on
     // first use. False when boxes cannot tell (coordinate systems differ, or
     // `other` is empty): the caller must read every row.
     bool candidates(const geometry::Geometry& other, BoundsIndex::Relation relation, std::vector<std::int64_t>& rows);
+    // Every row id of the table, from the same pass that builds the R-tree.
+    // False when the table is detached.
+    bool allRows(std::vector<std::int64_t>& rows);
     // Whether the R-tree has been built (for tests and plans).
     bool hasBoundsIndex() const;
 
 private:
+    struct Snapshot {
+        std::vector<std::int64_t> rows;
+        std::shared_ptr<const BoundsIndex> bounds;
+    };
+    std::shared_ptr<const Snapshot> snapshot();
+
     struct Private;
     std::unique_ptr<Private> d;
 };

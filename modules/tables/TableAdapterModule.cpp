@@ -5,11 +5,12 @@
 #include "engine/SchemaColumns.h"
 #include "engine/functions/ValueConversions.h"
 #include "engine/geometry/GeometryConversions.h"
-#include "engine/geometry/GeometryFunctions.h"
+#include "engine/geometry/GeometryMeasureFunctions.h"
 #include "modules/tables/AdaptedTable.h"
 #include "modules/tables/AdaptedTableManagement.h"
 #include "platform/core/Core.h"
 #include "platform/dp/DataCatalog.h"
+#include "platform/geometry/Algorithms.h"
 #include "platform/geometry/Geometry.h"
 
 #include <QLoggingCategory>
@@ -51,7 +52,61 @@ struct AdapterCursor : sqlite3_vtab_cursor {
 };
 
 // The plans of xBestIndex (idxNum).
-enum Plan { FullScan = 0, RowidEqual = 1, RowidIn = 2, Spatial = 3, ProviderFilter = 4 };
+// Bits 4-7 of a spatial plan name the predicate; the bits below say which
+// rowid bounds follow the geometry in argv (lower first).
+enum Plan { FullScan = 0, RowidEqual = 1, RowidIn = 2, Spatial = 3, ProviderFilter = 4, GeometryScan = 5 };
+enum RowidBounds { HasLower = 0x100, LowerInclusive = 0x200, HasUpper = 0x400, UpperInclusive = 0x800 };
+
+// Keeps the rows within a rowid bound, compared as SQLite compares an
+// integer with the value: below any text or blob, never with NULL.
+void applyBound(std::vector<std::int64_t>& rows, sqlite3_value* bound, bool lower, bool inclusive)
+{
+    const int type = sqlite3_value_numeric_type(bound);
+    if (type == SQLITE_NULL) {
+        rows.clear();
+        return;
+    }
+    if (type != SQLITE_INTEGER && type != SQLITE_FLOAT) {
+        if (lower)
+            rows.clear();   // no integer is above a text
+        return;
+    }
+    const double b = sqlite3_value_double(bound);
+    const std::int64_t i = sqlite3_value_int64(bound);
+    const auto out = [&](std::int64_t row) {
+        if (type == SQLITE_INTEGER)
+            return lower ? (inclusive ? row < i : row <= i) : (inclusive ? row > i : row >= i);
+        const double r = double(row);
+        return lower ? (inclusive ? r < b : r <= b) : (inclusive ? r > b : r >= b);
+    };
+    rows.erase(std::remove_if(rows.begin(), rows.end(), out), rows.end());
+}
+
+// The engine's spatial predicates for calls whose first argument is the
+// table's geometry column (xFindFunction): the same answers, but geometries
+// of this table are taken as the feature's own objects instead of decoding
+// the blob, so the GEOS form the platform remembers per object (prepared
+// after its second use) serves every row of a join. User data: the table.
+using Test = bool (*)(const dp::ConstGeometryPtr&, const dp::ConstGeometryPtr&);
+template <Test test, bool swapped>
+void tablePredicate(sqlite3_context* ctx, int, sqlite3_value** argv)
+{
+    const auto* adapted = static_cast<const AdaptedTable*>(sqlite3_user_data(ctx));
+    dp::ConstGeometryPtr g1 = adapted->geometryOf(sqlite3_value_blob(argv[0]), sqlite3_value_bytes(argv[0]));
+    dp::ConstGeometryPtr g2 = g1 ? adapted->geometryOf(sqlite3_value_blob(argv[1]), sqlite3_value_bytes(argv[1])) : nullptr;
+    if (!g1 || !g2) {
+        sqlite3_result_null(ctx);
+        return;
+    }
+    try {
+        engine::sqlfn::shareCoordSystem(g1, g2);
+        sqlite3_result_int(ctx, (swapped ? test(g2, g1) : test(g1, g2)) ? 1 : 0);
+    } catch (const std::exception& e) {
+        sqlite3_result_error(ctx, e.what(), -1);
+    } catch (...) {
+        sqlite3_result_error(ctx, "Unexpected error", -1);
+    }
+}
 
 // The spatial predicates the adapter answers from its R-tree. The function
 // constraint code is SQLITE_INDEX_CONSTRAINT_FUNCTION + the position here.
@@ -61,12 +116,12 @@ struct SpatialPredicate {
     BoundsIndex::Relation relation;   // of the column's box to the argument's
 };
 const SpatialPredicate spatialPredicates[] = {
-    {"GeometryIntersects", engine::sqlfn::intersects, BoundsIndex::Relation::Meets},
-    {"GeometryContains", engine::sqlfn::containsEntirely, BoundsIndex::Relation::Holds},
-    {"GeometryWithin", engine::sqlfn::entirelyWithin, BoundsIndex::Relation::HeldBy},
+    {"GeometryIntersects", tablePredicate<&geometry::Intersects, false>, BoundsIndex::Relation::Meets},
+    {"GeometryContains", tablePredicate<&geometry::Contains, false>, BoundsIndex::Relation::Holds},
+    {"GeometryWithin", tablePredicate<&geometry::Contains, true>, BoundsIndex::Relation::HeldBy},
     // A centroid lies in its geometry's box, so the boxes meet.
-    {"ContainsCentroid", engine::sqlfn::containsCentroid, BoundsIndex::Relation::Meets},
-    {"CentroidWithin", engine::sqlfn::centroidWithin, BoundsIndex::Relation::Meets},
+    {"ContainsCentroid", tablePredicate<&geometry::ContainsCentroid, false>, BoundsIndex::Relation::Meets},
+    {"CentroidWithin", tablePredicate<&geometry::ContainsCentroid, true>, BoundsIndex::Relation::Meets},
 };
 constexpr int spatialPredicateCount = int(sizeof(spatialPredicates) / sizeof(spatialPredicates[0]));
 
@@ -257,7 +312,7 @@ int findFunction(sqlite3_vtab* vtab, int argc, const char* name, void (**functio
     for (int i = 0; i < spatialPredicateCount; ++i) {
         if (sqlite3_stricmp(name, spatialPredicates[i].name) == 0) {
             *function = spatialPredicates[i].function;
-            *userData = table->adapted->cache();
+            *userData = table->adapted.get();
             return SQLITE_INDEX_CONSTRAINT_FUNCTION + i;
         }
     }
@@ -326,12 +381,30 @@ int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
     if (spatial >= 0) {
         const int predicate = info->aConstraint[spatial].op - SQLITE_INDEX_CONSTRAINT_FUNCTION;
         // The exact test stays with SQLite (omit = 0); the R-tree only
-        // narrows. A box in a coverage of n polygons meets about sqrt(n)
-        // others; the tree costs log n to descend.
+        // narrows. Rowid bounds (a.rowid < b.rowid in a self-join) are
+        // applied to the candidates before any geometry is tested.
         info->aConstraintUsage[spatial].argvIndex = 1;
-        info->idxNum = Spatial + (predicate << 4);
+        int plan = Spatial + (predicate << 4);
+        int argv = 1;
+        for (int i = 0; i < info->nConstraint; ++i) {
+            const auto& c = info->aConstraint[i];
+            if (!c.usable || c.iColumn >= 0)
+                continue;
+            const bool lower = c.op == SQLITE_INDEX_CONSTRAINT_GT || c.op == SQLITE_INDEX_CONSTRAINT_GE;
+            const bool upper = c.op == SQLITE_INDEX_CONSTRAINT_LT || c.op == SQLITE_INDEX_CONSTRAINT_LE;
+            if ((lower && !(plan & HasLower)) || (upper && !(plan & HasUpper))) {
+                plan |= lower ? HasLower : HasUpper;
+                if (c.op == SQLITE_INDEX_CONSTRAINT_GE || c.op == SQLITE_INDEX_CONSTRAINT_LE)
+                    plan |= lower ? LowerInclusive : UpperInclusive;
+                info->aConstraintUsage[i].argvIndex = ++argv;
+                info->aConstraintUsage[i].omit = 1;
+            }
+        }
+        info->idxNum = plan;
         info->idxStr = const_cast<char*>(spatialPredicates[predicate].name);
-        const double rows = std::max(1.0, std::sqrt(count));
+        // A box in a coverage of n polygons meets about sqrt(n) others; the
+        // tree costs log n to descend.
+        const double rows = std::max(1.0, std::sqrt(count) / ((plan & (HasLower | HasUpper)) ? 2 : 1));
         info->estimatedRows = static_cast<sqlite3_int64>(rows);
         info->estimatedCost = std::log2(count + 1) + rows * 2;
         return SQLITE_OK;
@@ -355,7 +428,12 @@ int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
         info->estimatedCost = count * 0.5 + rows;
         return SQLITE_OK;
     }
-    info->idxNum = FullScan;
+    // A pass that needs nothing but the geometry (the outer side of a spatial
+    // join) runs over the kept blobs instead of reading the source again.
+    const sqlite3_uint64 others = geometryColumn >= 0 && geometryColumn < 63 ? ~(sqlite3_uint64(1) << geometryColumn) : ~sqlite3_uint64(0);
+    const bool geometryOnly = geometryColumn >= 0 && (info->colUsed & others) == 0;
+    info->idxNum = geometryOnly ? GeometryScan : FullScan;
+    info->idxStr = const_cast<char*>(geometryOnly ? "geometry" : "");
     info->estimatedRows = static_cast<sqlite3_int64>(count);
     info->estimatedCost = count;
     return SQLITE_OK;
@@ -441,13 +519,22 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
             const SpatialPredicate& predicate = spatialPredicates[(idxNum >> 4) % spatialPredicateCount];
             const void* data = sqlite3_value_blob(argv[0]);
             const int size = sqlite3_value_bytes(argv[0]);
-            const auto other = data && size > 0 ? adapted.cache()->geometryInfo(data, unsigned(size), true).geometry() : nullptr;
+            const auto other = adapted.geometryOf(data, size);
             c->listed = true;
             // No geometry: the predicate is NULL for every row.
             if (other && !adapted.candidates(*other, predicate.relation, c->rows)) {
-                c->listed = false;
-                c->scan = c->table->features();
+                // Boxes cannot tell: every row, within the rowid bounds.
+                c->rows.clear();
+                auto all = c->table->features();
+                while (auto f = all->next())
+                    if (f->id().isValid())
+                        c->rows.push_back(adapted.rowOf(f->id()));
             }
+            int next = 1;
+            if ((idxNum & HasLower) && next < argc)
+                applyBound(c->rows, argv[next++], true, idxNum & LowerInclusive);
+            if ((idxNum & HasUpper) && next < argc)
+                applyBound(c->rows, argv[next++], false, idxNum & UpperInclusive);
             break;
         }
         case ProviderFilter: {
@@ -468,6 +555,13 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
             c->scan = c->table->filteredFeatures(conditions);
             break;
         }
+        case GeometryScan:
+            c->listed = true;
+            if (adapted.allRows(c->rows))
+                break;
+            c->listed = false;
+            c->scan = c->table->features();
+            break;
         default:
             c->scan = c->table->features();
             break;

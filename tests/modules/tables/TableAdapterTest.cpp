@@ -140,7 +140,8 @@ TEST_F(TableAdapterTest, SpatialSelfJoinUsesTheFunctionConstraintOnTheInnerTable
     while (query.next())
         plan << query.value(3).toString();
     ASSERT_EQ(plan.size(), 2);
-    EXPECT_TRUE(plan[0].contains(QStringLiteral("VIRTUAL TABLE INDEX 0"))) << plan[0].toStdString();
+    // The outer side needs only geometries: served from the kept blobs.
+    EXPECT_EQ(plan[0].toStdString(), "SCAN b VIRTUAL TABLE INDEX 5:geometry");
     EXPECT_TRUE(plan[1].startsWith(QStringLiteral("SCAN a VIRTUAL TABLE INDEX"))
                 && plan[1].endsWith(QStringLiteral(":GeometryIntersects"))) << plan[1].toStdString();
 }

@@ -1,0 +1,91 @@
+#!/usr/bin/env bash
+# The spatial self-join
+#   Select Count(*) From c a, c b Where a.rowid < b.rowid And a.obj Intersects b.obj
+# on the same country polygons through tessera-sql (the file served live by
+# the table adapter, R-tree push-down), SpatiaLite (sqlite3 + mod_spatialite,
+# a native table with and without its R*Tree) and GDAL's SQLite dialect
+# (ogrinfo -dialect SQLite), with the ratios.
+#
+# Each engine runs the join REPEAT times in one process; the time of the same
+# process doing only the opening and a row count is subtracted, so start-up
+# and loading are not counted. "first" is one join in a fresh process (for
+# tessera-sql it includes building the R-tree and encoding the geometries).
+#
+# Usage: bench/vtables/spatial_join.sh [DATA.geojson]   (REPEAT=20 by default)
+# Needs: a built tessera-sql (TESSERA_SQL or build/tools/tessera-sql),
+# sqlite3, libsqlite3-mod-spatialite, gdal-bin (scripts/install-deps.sh).
+set -euo pipefail
+
+root=$(cd "$(dirname "$0")/../.." && pwd)
+tessera=${TESSERA_SQL:-$root/build/tools/tessera-sql/tessera-sql}
+data=${1:-$root/tests/data/countries.geojson}
+repeat=${REPEAT:-20}
+
+for tool in "$tessera" sqlite3 ogrinfo ogr2ogr; do
+  command -v "$tool" >/dev/null || { echo "missing: $tool (see scripts/install-deps.sh)" >&2; exit 1; }
+done
+
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+ogr2ogr -f SQLite -dsco SPATIALITE=YES -lco SPATIAL_INDEX=NO -nln c "$tmp/plain.sqlite" "$data"
+ogr2ogr -f SQLite -dsco SPATIALITE=YES -lco SPATIAL_INDEX=YES -nln c "$tmp/indexed.sqlite" "$data"
+layer=$(ogrinfo -q "$data" | sed -n 's/^[0-9]*: \([^ ]*\).*/\1/p' | head -1)
+
+# Milliseconds a command takes (its output goes to $tmp/out).
+ms() {
+  local start end
+  start=$(date +%s%N)
+  "$@" >"$tmp/out" 2>&1
+  end=$(date +%s%N)
+  echo $(( (end - start) / 1000000 ))
+}
+# The SQL text repeated n times.
+times() { local i; for ((i = 0; i < $2; i++)); do printf '%s\n' "$1"; done; }
+
+join_tessera='Select Count(*) From c a, c b Where a.rowid < b.rowid And a.obj Intersects b.obj;'
+join_plain='Select Count(*) From c a, c b Where a.rowid < b.rowid And ST_Intersects(a.GEOMETRY, b.GEOMETRY);'
+join_rtree="Select Count(*) From c a, c b Where a.rowid < b.rowid And ST_Intersects(a.GEOMETRY, b.GEOMETRY)
+  And b.rowid In (Select pkid From idx_c_GEOMETRY Where xmin <= MbrMaxX(a.GEOMETRY) And xmax >= MbrMinX(a.GEOMETRY)
+                  And ymin <= MbrMaxY(a.GEOMETRY) And ymax >= MbrMinY(a.GEOMETRY));"
+join_ogr="Select Count(*) From \"$layer\" a, \"$layer\" b Where a.rowid < b.rowid And ST_Intersects(a.geometry, b.geometry)"
+count='Select Count(*) From c;'
+
+run_tessera() { "$tessera" --format csv --open "$data=c" <<<"$1"; }
+run_sqlite() { sqlite3 -cmd '.load mod_spatialite' "$1" <<<"$2"; }
+
+check() {   # the answer of the last run must be the expected count
+  tr -d '\r' <"$tmp/out" | grep -q "^$expected\$" || { echo "$1 answered: $(tail -1 "$tmp/out") (expected $expected)" >&2; exit 1; }
+}
+
+expected=$(run_sqlite "$tmp/plain.sqlite" "$join_plain" | tail -1)
+echo "data: $data ($(run_sqlite "$tmp/plain.sqlite" "$count" | tail -1) rows), $expected intersecting pairs, $repeat repetitions"
+
+base=$(ms run_tessera "$count")
+first_t=$(( $(ms run_tessera "$join_tessera") - base )); check tessera-sql
+many_t=$(( $(ms run_tessera "$(times "$join_tessera" "$repeat")") - base )); check tessera-sql
+
+base=$(ms run_sqlite "$tmp/indexed.sqlite" "$count")
+first_r=$(( $(ms run_sqlite "$tmp/indexed.sqlite" "$join_rtree") - base )); check "SpatiaLite R*Tree"
+many_r=$(( $(ms run_sqlite "$tmp/indexed.sqlite" "$(times "$join_rtree" "$repeat")") - base ))
+
+base=$(ms run_sqlite "$tmp/plain.sqlite" "$count")
+first_p=$(( $(ms run_sqlite "$tmp/plain.sqlite" "$join_plain") - base ))
+many_p=$(( $(ms run_sqlite "$tmp/plain.sqlite" "$(times "$join_plain" "$repeat")") - base ))
+
+base=$(ms ogrinfo -q -dialect SQLite -sql "Select Count(*) From \"$layer\"" "$data")
+first_o=$(( $(ms ogrinfo -q -dialect SQLite -sql "$join_ogr" "$data") - base ))
+grep -q "= $expected\$" "$tmp/out" || { echo "ogrinfo answered: $(grep Count "$tmp/out")" >&2; exit 1; }
+
+per() { awk -v t="$1" -v n="$repeat" 'BEGIN { printf "%.2f", (t < 0 ? 0 : t) / n }'; }
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (b <= 0) b = 0.01; printf "%.2f", a / b }'; }
+
+t=$(per "$many_t")
+printf '%-34s %10s %14s\n' engine "first (ms)" "per join (ms)"
+printf '%-34s %10s %14s\n' "tessera-sql (live GeoJSON, R-tree)" "$first_t" "$t"
+printf '%-34s %10s %14s\n' "SpatiaLite with R*Tree" "$first_r" "$(per "$many_r")"
+printf '%-34s %10s %14s\n' "SpatiaLite without index" "$first_p" "$(per "$many_p")"
+printf '%-34s %10s %14s\n' "ogrinfo -dialect SQLite" "$first_o" "-"
+echo
+echo "SpatiaLite with R*Tree / tessera-sql:    $(ratio "$(per "$many_r")" "$t")x"
+echo "SpatiaLite without index / tessera-sql:  $(ratio "$(per "$many_p")" "$t")x"
+echo "ogrinfo -dialect SQLite / tessera-sql:   $(ratio "$first_o" "$t")x (ogrinfo runs once; first tessera join: $(ratio "$first_o" "$first_t")x)"
