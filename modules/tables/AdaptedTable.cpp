@@ -23,6 +23,7 @@ struct AdaptedTable::Private {
     int geometryAttribute = -1;
     std::unordered_map<std::int64_t, QByteArray> blobs;
     QHash<QByteArray, dp::ConstGeometryPtr> geometries;   // by the blobs above (shared bytes)
+    mutable PreparedGeometries prepared;                  // of the geometries above
     std::shared_ptr<const Snapshot> snapshot;
     QMutex buildMutex;   // one thread builds the R-tree, the others wait for it
     QMetaObject::Connection changed;
@@ -31,6 +32,7 @@ struct AdaptedTable::Private {
     {
         QWriteLocker locker(&lock);
         blobs.clear();
+        prepared.clear();
         geometries.clear();
         snapshot.reset();
     }
@@ -69,6 +71,7 @@ void AdaptedTable::detach()
     QWriteLocker locker(&d->lock);
     d->table.reset();
     d->blobs.clear();
+    d->prepared.clear();
     d->geometries.clear();
     d->snapshot.reset();
 }
@@ -83,6 +86,7 @@ void AdaptedTable::forget(std::int64_t row)
     QWriteLocker locker(&d->lock);
     const auto it = d->blobs.find(row);
     if (it != d->blobs.end()) {
+        d->prepared.remove(d->geometries.value(it->second).get());
         d->geometries.remove(it->second);
         d->blobs.erase(it);
     }
@@ -157,15 +161,25 @@ QByteArray AdaptedTable::geometryBlob(std::int64_t row, const dp::Feature* featu
     return inserted.first->second;
 }
 
-dp::ConstGeometryPtr AdaptedTable::geometryOf(const void* data, int size) const
+PreparedGeometries& AdaptedTable::prepared() const
 {
+    return d->prepared;
+}
+
+dp::ConstGeometryPtr AdaptedTable::geometryOf(const void* data, int size, bool* own) const
+{
+    if (own)
+        *own = false;
     if (!data || size <= 0)
         return nullptr;
     {
         QReadLocker locker(&d->lock);
         const auto it = d->geometries.constFind(QByteArray::fromRawData(static_cast<const char*>(data), size));
-        if (it != d->geometries.constEnd())
+        if (it != d->geometries.constEnd()) {
+            if (own)
+                *own = true;
             return it.value();
+        }
     }
     return d->cache->geometryInfo(data, unsigned(size), true).geometry();
 }

@@ -6,6 +6,7 @@
 // reading threads.
 
 #include "modules/tables/BoundsIndex.h"
+#include "modules/tables/PreparedGeometries.h"
 #include "platform/dp/Table.h"
 
 #include <QByteArray>
@@ -50,7 +51,10 @@ public:
     // The geometry of a blob this table handed out (the feature's own object,
     // so that GEOS forms remembered for it are found again); other blobs are
     // decoded through the engine cache. Empty when the bytes hold none.
-    std::shared_ptr<const geometry::Geometry> geometryOf(const void* data, int size) const;
+    // `own` tells whether it is one of the table's (kept) objects.
+    std::shared_ptr<const geometry::Geometry> geometryOf(const void* data, int size, bool* own = nullptr) const;
+    // Prepared GEOS forms of the table's own geometries.
+    PreparedGeometries& prepared() const;
 
     // Rows whose bounds relate to the bounds of `other`; builds the R-tree on
     // first use. False when boxes cannot tell (coordinate systems differ, or

@@ -10,6 +10,7 @@
 #include "modules/tables/AdaptedTableManagement.h"
 #include "platform/core/Core.h"
 #include "platform/dp/DataCatalog.h"
+#include "platform/cs/CoordSystem.h"
 #include "platform/geometry/Algorithms.h"
 #include "platform/geometry/Geometry.h"
 
@@ -19,6 +20,7 @@
 #include <algorithm>
 #include <exception>
 #include <limits>
+#include <optional>
 #include <sqlite3.h>
 
 namespace tessera::modules {
@@ -88,19 +90,46 @@ void applyBound(std::vector<std::int64_t>& rows, sqlite3_value* bound, bool lowe
 // the blob, so the GEOS form the platform remembers per object (prepared
 // after its second use) serves every row of a join. User data: the table.
 using Test = bool (*)(const dp::ConstGeometryPtr&, const dp::ConstGeometryPtr&);
+
+// Two of the table's own geometries in one coordinate system are tested on
+// their kept, prepared GEOS forms (the platform's answer for such operands).
+int preparedAnswer(const AdaptedTable& adapted, const dp::ConstGeometryPtr& a, const dp::ConstGeometryPtr& b, Test test)
+{
+    const auto kind = test == &geometry::Intersects ? PreparedGeometries::Test::Intersects
+                    : test == &geometry::Contains   ? PreparedGeometries::Test::Contains
+                                                    : std::optional<PreparedGeometries::Test>();
+    if (!kind)
+        return -1;
+    const auto& csA = a->coordSystem();
+    const auto& csB = b->coordSystem();
+    if (csA != csB && !(csA && csB && csA->isEquivalentTo(*csB)))
+        return -1;
+    if (a->isEmpty() || b->isEmpty())
+        return 0;   // empty operands relate to nothing
+    return adapted.prepared().test(a, b, *kind);
+}
+
 template <Test test, bool swapped>
 void tablePredicate(sqlite3_context* ctx, int, sqlite3_value** argv)
 {
     const auto* adapted = static_cast<const AdaptedTable*>(sqlite3_user_data(ctx));
-    dp::ConstGeometryPtr g1 = adapted->geometryOf(sqlite3_value_blob(argv[0]), sqlite3_value_bytes(argv[0]));
-    dp::ConstGeometryPtr g2 = g1 ? adapted->geometryOf(sqlite3_value_blob(argv[1]), sqlite3_value_bytes(argv[1])) : nullptr;
+    bool own1 = false, own2 = false;
+    dp::ConstGeometryPtr g1 = adapted->geometryOf(sqlite3_value_blob(argv[0]), sqlite3_value_bytes(argv[0]), &own1);
+    dp::ConstGeometryPtr g2 = g1 ? adapted->geometryOf(sqlite3_value_blob(argv[1]), sqlite3_value_bytes(argv[1]), &own2) : nullptr;
     if (!g1 || !g2) {
         sqlite3_result_null(ctx);
         return;
     }
+    if (swapped)
+        std::swap(g1, g2);
     try {
+        const int answer = own1 && own2 ? preparedAnswer(*adapted, g1, g2, test) : -1;
+        if (answer >= 0) {
+            sqlite3_result_int(ctx, answer);
+            return;
+        }
         engine::sqlfn::shareCoordSystem(g1, g2);
-        sqlite3_result_int(ctx, (swapped ? test(g2, g1) : test(g1, g2)) ? 1 : 0);
+        sqlite3_result_int(ctx, test(g1, g2) ? 1 : 0);
     } catch (const std::exception& e) {
         sqlite3_result_error(ctx, e.what(), -1);
     } catch (...) {
