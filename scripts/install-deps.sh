@@ -10,7 +10,7 @@ packages=(
   libgeos-dev libproj-dev proj-data libgeographiclib-dev
   libgdal-dev libboost-dev
   sqlite3 libsqlite3-mod-spatialite gdal-bin
-  postgresql postgis
+  postgresql postgresql-postgis
   libgtest-dev googletest libgmock-dev libbenchmark-dev
   locales tzdata
 )

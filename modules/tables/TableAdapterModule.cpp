@@ -460,7 +460,7 @@ int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
     // A pass that needs nothing but the geometry (the outer side of a spatial
     // join) runs over the kept blobs instead of reading the source again.
     const sqlite3_uint64 others = geometryColumn >= 0 && geometryColumn < 63 ? ~(sqlite3_uint64(1) << geometryColumn) : ~sqlite3_uint64(0);
-    const bool geometryOnly = geometryColumn >= 0 && (info->colUsed & others) == 0;
+    const bool geometryOnly = geometryColumn >= 0 && (info->colUsed & others) == 0 && (info->colUsed & ~others) != 0;
     info->idxNum = geometryOnly ? GeometryScan : FullScan;
     info->idxStr = const_cast<char*>(geometryOnly ? "geometry" : "");
     info->estimatedRows = static_cast<sqlite3_int64>(count);
