@@ -219,9 +219,9 @@ void EngineExtension::deepReset(const std::shared_ptr<dp::Table>& table)
 
 bool EngineExtension::moduleArgNeedsFormatting(const QString& arg)
 {
-    static const QRegularExpression special(QStringLiteral("[^[:alnum:]_\\.\\/[:space:]]"),
+    static const QRegularExpression outsidePlain(QStringLiteral("[^[:alnum:]_\\.\\/[:space:]]"),
                                             QRegularExpression::UseUnicodePropertiesOption);
-    return special.match(arg).hasMatch();
+    return outsidePlain.match(arg).hasMatch();
 }
 
 QString EngineExtension::formatArg(const QSqlDriver& driver, const QVariant& value)

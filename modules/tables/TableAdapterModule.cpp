@@ -2,22 +2,20 @@
 
 #include "engine/Engine.h"
 #include "engine/EngineCache.h"
-#include "engine/SchemaColumns.h"
-#include "engine/functions/ValueConversions.h"
-#include "engine/geometry/GeometryConversions.h"
 #include "engine/geometry/GeometryMeasureFunctions.h"
 #include "modules/tables/AdaptedTable.h"
 #include "modules/tables/AdaptedTableManagement.h"
+#include "modules/tables/FeatureValues.h"
 #include "platform/core/Core.h"
-#include "platform/dp/DataCatalog.h"
 #include "platform/cs/CoordSystem.h"
+#include "platform/dp/DataCatalog.h"
 #include "platform/geometry/Algorithms.h"
 #include "platform/geometry/Geometry.h"
 
 #include <QLoggingCategory>
 #include <QStringList>
-#include <cmath>
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <limits>
 #include <optional>
@@ -174,104 +172,6 @@ bool isNumeric(int type)
     default:
         return false;
     }
-}
-
-// --- values --------------------------------------------------------------------
-
-void resultVariant(sqlite3_context* ctx, const QVariant& v, engine::EngineCache* cache)
-{
-    if (!v.isValid() || v.isNull()) {
-        sqlite3_result_null(ctx);
-        return;
-    }
-    if (dp::holdsGeometry(v)) {
-        engine::toTesGeo(dp::geometryFromVariant(v), ctx, cache, true);
-        return;
-    }
-    switch (v.userType()) {
-    case QMetaType::Bool: case QMetaType::Int: case QMetaType::UInt: case QMetaType::LongLong:
-    case QMetaType::Short: case QMetaType::UShort: case QMetaType::Char: case QMetaType::UChar:
-        sqlite3_result_int64(ctx, v.toLongLong());
-        return;
-    case QMetaType::ULongLong:
-        if (v.toULongLong() > quint64(std::numeric_limits<qint64>::max()))
-            sqlite3_result_double(ctx, v.toDouble());
-        else
-            sqlite3_result_int64(ctx, v.toLongLong());
-        return;
-    case QMetaType::Double: case QMetaType::Float:
-        sqlite3_result_double(ctx, v.toDouble());
-        return;
-    case QMetaType::QByteArray: {
-        const QByteArray bytes = v.toByteArray();
-        sqlite3_result_blob(ctx, bytes.constData(), bytes.size(), SQLITE_TRANSIENT);
-        return;
-    }
-    default: break;
-    }
-    QString text;
-    switch (v.userType()) {
-    case QMetaType::QDate: text = engine::toString(v.toDate()); break;
-    case QMetaType::QTime: text = engine::toString(v.toTime()); break;
-    case QMetaType::QDateTime: text = engine::toString(v.toDateTime()); break;
-    default:
-        // Decimals and the like: as a number when they read as one.
-        if (v.canConvert<double>() && v.userType() != QMetaType::QString) {
-            bool ok = false;
-            const double d = v.toDouble(&ok);
-            if (ok) {
-                sqlite3_result_double(ctx, d);
-                return;
-            }
-        }
-        text = v.toString();
-    }
-    sqlite3_result_text16(ctx, text.utf16(), text.size() * int(sizeof(QChar)), SQLITE_TRANSIENT);
-}
-
-// The SQL value as a value of the attribute; false when it does not fit.
-bool toAttributeValue(sqlite3_value* value, const dp::AttributeDefinitionPtr& attribute, engine::EngineCache* cache,
-                      QVariant& result)
-{
-    if (sqlite3_value_type(value) == SQLITE_NULL) {
-        result = engine::isGeometry(attribute) ? dp::geometryToVariant(nullptr) : QVariant();
-        return true;
-    }
-    if (engine::isGeometry(attribute)) {
-        const void* data = sqlite3_value_blob(value);
-        const int size = sqlite3_value_bytes(value);
-        const auto geometry = data && size > 0 ? cache->geometryInfo(data, unsigned(size), true).geometry() : nullptr;
-        result = dp::geometryToVariant(geometry);
-        return geometry != nullptr;
-    }
-    if (engine::isStyle(attribute)) {
-        result = engine::toQString(value);
-        return true;
-    }
-    bool ok = true;
-    const int type = attribute->type();
-    switch (type) {
-    case QMetaType::Int: case QMetaType::UInt: case QMetaType::LongLong: case QMetaType::ULongLong:
-    case QMetaType::Short: case QMetaType::UShort: case QMetaType::Bool: {
-        result = static_cast<qlonglong>(engine::toInt64(value, &ok));
-        break;
-    }
-    case QMetaType::Double: case QMetaType::Float:
-        result = engine::toDouble(value, &ok);
-        break;
-    case QMetaType::QDate: result = engine::toDate(value); ok = result.toDate().isValid(); break;
-    case QMetaType::QTime: result = engine::toTime(value); ok = result.toTime().isValid(); break;
-    case QMetaType::QDateTime: result = engine::toDateTime(value); ok = result.toDateTime().isValid(); break;
-    case QMetaType::QByteArray:
-        result = QByteArray(static_cast<const char*>(sqlite3_value_blob(value)), sqlite3_value_bytes(value));
-        break;
-    default:
-        result = engine::toQString(value);
-        break;
-    }
-    if (ok && result.userType() != type && type != QMetaType::UnknownType)
-        ok = result.convert(type);
-    return ok;
 }
 
 // --- table ---------------------------------------------------------------------
@@ -468,6 +368,23 @@ int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
     return SQLITE_OK;
 }
 
+// The row id a value equals, as SQLite compares them (3.0 is row 3).
+bool rowidValue(sqlite3_value* value, std::int64_t& row)
+{
+    switch (sqlite3_value_numeric_type(value)) {
+    case SQLITE_INTEGER:
+        row = sqlite3_value_int64(value);
+        return true;
+    case SQLITE_FLOAT: {
+        const double d = sqlite3_value_double(value);
+        row = static_cast<std::int64_t>(d);
+        return std::abs(d) < 9.2e18 && static_cast<double>(row) == d;
+    }
+    default:
+        return false;
+    }
+}
+
 // --- cursor --------------------------------------------------------------------
 
 int openCursor(sqlite3_vtab*, sqlite3_vtab_cursor** cursor)
@@ -531,15 +448,15 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
         switch (idxNum & 0xF) {
         case RowidEqual:
             c->listed = c->checkRows = true;
-            if (argc > 0 && sqlite3_value_numeric_type(argv[0]) == SQLITE_INTEGER)
-                c->rows.push_back(sqlite3_value_int64(argv[0]));
+            if (std::int64_t row = 0; argc > 0 && rowidValue(argv[0], row))
+                c->rows.push_back(row);
             break;
         case RowidIn: {
             c->listed = c->checkRows = true;
             sqlite3_value* v = nullptr;
             for (int rc = sqlite3_vtab_in_first(argv[0], &v); rc == SQLITE_OK && v; rc = sqlite3_vtab_in_next(argv[0], &v))
-                if (sqlite3_value_numeric_type(v) == SQLITE_INTEGER)
-                    c->rows.push_back(sqlite3_value_int64(v));
+                if (std::int64_t row = 0; rowidValue(v, row))
+                    c->rows.push_back(row);
             std::sort(c->rows.begin(), c->rows.end());
             c->rows.erase(std::unique(c->rows.begin(), c->rows.end()), c->rows.end());
             break;
@@ -635,7 +552,7 @@ int column(sqlite3_vtab_cursor* cursor, sqlite3_context* ctx, int i)
         }
         if (!c->current)
             c->current = adapted.feature(c->row);
-        resultVariant(ctx, c->current ? c->current->getAttribute(i) : QVariant(), adapted.cache());
+        resultValue(ctx, c->current ? c->current->getAttribute(i) : QVariant(), adapted.cache());
     } catch (const std::exception& e) {
         sqlite3_result_error(ctx, e.what(), -1);
     }

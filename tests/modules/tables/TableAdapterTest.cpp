@@ -83,6 +83,7 @@ TEST_F(TableAdapterTest, AnswersEqualAFullReading)
         QString where;
     } rows[] = {
         {"rowid equal", QStringLiteral("rowid = (Select Min(rowid) + 2 From s)")},
+        {"rowid as a real", QStringLiteral("rowid = (Select Min(rowid) + 1.0 From s)")},
         {"rowid absent", QStringLiteral("rowid = 999999")},
         {"rowid in", QStringLiteral("rowid In (Select rowid From s Where n In (2, 5, 7))")},
         {"attribute", QStringLiteral("n >= 3 And n < 6")},
