@@ -57,6 +57,10 @@ public:
     // Drops the table and creates it again from its data object.
     void deepReset(const std::shared_ptr<dp::Table>& table);
 
+    // Renames the virtual table in place when the module can, else drops it
+    // and creates it under the new name.
+    void renameImpl(const QString& oldName, QString newName);
+
     static bool moduleArgNeedsFormatting(const QString& arg);
     static QString formatArg(const QSqlDriver& driver, const QVariant& value);
     static QString formatArgs(const QSqlDriver& driver, const QList<QVariant>& values);
@@ -68,9 +72,7 @@ public slots:
     void rename(QString oldName, QString newName);
 
 protected:
-    void renameImpl(const QString& oldName, QString newName);
-
-    Core* core = nullptr;
+    Core* core = nullptr;   // injected by the dependency manager
 
 private:
     void closeRequested(const QUuid& id);
