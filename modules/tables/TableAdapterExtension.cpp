@@ -1,6 +1,7 @@
 #include "modules/tables/TableAdapterExtension.h"
 
 #include "modules/tables/TableAdapterModule.h"
+#include "platform/dp/DataCatalog.h"
 
 namespace tessera::modules {
 
@@ -10,6 +11,12 @@ QString TableAdapterExtension::moduleDescription(const QString& tableSource, QLi
         return QString();
     args = {tableSource};
     return QString::fromLatin1(tableAdapterModuleName);
+}
+
+void TableAdapterExtension::connectCatalog(dp::DataCatalog& catalog)
+{
+    EngineExtension::connectCatalog(catalog);
+    connect(&catalog, &dp::DataCatalog::dataObjectRenamed, this, &EngineExtension::rename, Qt::DirectConnection);
 }
 
 } // namespace tessera::modules

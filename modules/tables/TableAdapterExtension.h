@@ -14,6 +14,8 @@ public:
 
     QString moduleDescription(const QString& tableSource, QList<QVariant>& args) const override;
     bool renameRealized() const override { return true; }
+    // Also follows the catalog's renames.
+    void connectCatalog(dp::DataCatalog& catalog) override;
 };
 
 } // namespace tessera::modules

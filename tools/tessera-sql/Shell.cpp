@@ -89,8 +89,6 @@ Shell::Shell(ShellOptions options)
     d->tables = new modules::TableAdapterExtension(d->core.get());
     d->tables->dependencyManager().setCore(d->core.get());
     d->tables->linkDataCatalog();
-    // A renamed catalog object takes its virtual table along.
-    QObject::connect(d->catalog, &dp::DataCatalog::dataObjectRenamed, d->tables, &EngineExtension::rename);
 }
 
 Shell::~Shell()
@@ -186,7 +184,7 @@ bool Shell::renameTable(const QString& oldName, const QString& newName, QString&
         error = QStringLiteral("%1 is not a valid table name (%2 would be)").arg(newName, valid);
         return false;
     }
-    object->setName(newName);   // the catalog tells the extension
+    object->setName(newName);   // the catalog tells the extension, which renames the table
     return true;
 }
 
