@@ -126,12 +126,16 @@ bool Shell::openFile(const QString& text, const QString& name, const QStringList
     } else if (QFileInfo::exists(path)) {
         options.name = dp::DataObject::makeValidObjectName(options.layer.isEmpty() ? QFileInfo(path).completeBaseName() : options.layer);
     }
+    std::shared_ptr<providers::GdalTable> table;
     try {
-        auto table = providers::GdalTable::open(path, options);
+        table = providers::GdalTable::open(path, options);
         table->setName(d->catalog->uniqueName(table->name()));
         // The extension creates the virtual table as the catalog reports it.
         d->catalog->addDataObject(table);
     } catch (const std::exception& e) {
+        // A table the engine could not take leaves the catalog again.
+        if (table && d->catalog->findById(table->id()))
+            d->catalog->closeDataObject(table->id());
         QStringList reasons;
         const std::function<void(const std::exception&)> collect = [&](const std::exception& x) {
             reasons << QString::fromUtf8(x.what());
