@@ -49,6 +49,7 @@ struct AdapterCursor : sqlite3_vtab_cursor {
     std::shared_ptr<dp::Feature> current;
     std::int64_t row = -1;
     bool eof = true;
+    bool withoutGeometry = false;   // the features read carry no geometry
 };
 
 // The plans of xBestIndex (idxNum).
@@ -56,6 +57,13 @@ struct AdapterCursor : sqlite3_vtab_cursor {
 // rowid bounds follow the geometry in argv (lower first).
 enum Plan { FullScan = 0, RowidEqual = 1, RowidIn = 2, Spatial = 3, ProviderFilter = 4, GeometryScan = 5 };
 enum RowidBounds { HasLower = 0x100, LowerInclusive = 0x200, HasUpper = 0x400, UpperInclusive = 0x800 };
+// A pass whose statement reads no geometry: the source may leave them out.
+constexpr int WithoutGeometry = 0x1000;
+
+bool geometryUnused(const sqlite3_index_info* info, int geometryColumn)
+{
+    return geometryColumn >= 0 && geometryColumn < 63 && !(info->colUsed & (sqlite3_uint64(1) << geometryColumn));
+}
 
 // Keeps the rows within a rowid bound, compared as SQLite compares an
 // integer with the value: below any text or blob, never with NULL.
@@ -345,7 +353,7 @@ int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
             info->aConstraintUsage[filters[k]].argvIndex = k + 1;
             plan << QStringLiteral("%1:%2").arg(c.iColumn).arg(int(c.op));
         }
-        info->idxNum = ProviderFilter;
+        info->idxNum = ProviderFilter | (geometryUnused(info, geometryColumn) ? WithoutGeometry : 0);
         info->idxStr = sqlite3_mprintf("%s", plan.join(QLatin1Char(',')).toUtf8().constData());
         info->needToFreeIdxStr = 1;
         // Equality keeps about a tenth, a range about a third; the source
@@ -361,7 +369,7 @@ int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
     // join) runs over the kept blobs instead of reading the source again.
     const sqlite3_uint64 others = geometryColumn >= 0 && geometryColumn < 63 ? ~(sqlite3_uint64(1) << geometryColumn) : ~sqlite3_uint64(0);
     const bool geometryOnly = geometryColumn >= 0 && (info->colUsed & others) == 0 && (info->colUsed & ~others) != 0;
-    info->idxNum = geometryOnly ? GeometryScan : FullScan;
+    info->idxNum = geometryOnly ? GeometryScan : FullScan | (geometryUnused(info, geometryColumn) ? WithoutGeometry : 0);
     info->idxStr = const_cast<char*>(geometryOnly ? "geometry" : "");
     info->estimatedRows = static_cast<sqlite3_int64>(count);
     info->estimatedCost = count;
@@ -440,6 +448,7 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
     c->position = 0;
     c->scan.reset();
     c->eof = false;
+    c->withoutGeometry = (idxNum & WithoutGeometry) != 0;
     if (!c->table) {
         setError(cursor->pVtab, QStringLiteral("the table is detached from its data"));
         return SQLITE_ERROR;
@@ -498,6 +507,7 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
                                                          : QVariant(sqlite3_value_double(argv[k]));
                 conditions.conditions << condition;
             }
+            conditions.geometries = !(idxNum & WithoutGeometry);
             c->scan = c->table->filteredFeatures(conditions);
             break;
         }
@@ -509,7 +519,13 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
             c->scan = c->table->features();
             break;
         default:
-            c->scan = c->table->features();
+            if (idxNum & WithoutGeometry) {
+                dp::FeatureFilter noGeometry;
+                noGeometry.geometries = false;
+                c->scan = c->table->filteredFeatures(noGeometry);
+            } else {
+                c->scan = c->table->features();
+            }
             break;
         }
         advance(c, adapted);
@@ -543,7 +559,7 @@ int column(sqlite3_vtab_cursor* cursor, sqlite3_context* ctx, int i)
     AdaptedTable& adapted = adaptedOf(cursor);
     try {
         if (i == adapted.geometryAttribute()) {
-            const QByteArray blob = adapted.geometryBlob(c->row, c->current.get());
+            const QByteArray blob = adapted.geometryBlob(c->row, c->withoutGeometry ? nullptr : c->current.get());
             if (blob.isEmpty())
                 sqlite3_result_null(ctx);
             else

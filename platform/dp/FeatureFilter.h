@@ -18,9 +18,10 @@ struct AttributeCondition {
 
 struct FeatureFilter {
     QVector<AttributeCondition> conditions;   // all must hold
-    QRectF bounds;                            // when valid: features whose bounds meet it
+    QRectF bounds;                            // when valid: features whose geometry may meet it
+    bool geometries = true;                   // false: the reader needs no geometry values
 
-    bool isEmpty() const { return conditions.isEmpty() && !bounds.isValid(); }
+    bool isEmpty() const { return conditions.isEmpty() && !bounds.isValid() && geometries; }
 };
 
 } // namespace tessera::dp

@@ -113,6 +113,7 @@ struct GdalTable::Private {
             return;
         OGR_L_SetAttributeFilter(handle->layer, nullptr);
         OGR_L_SetSpatialFilter(handle->layer, nullptr);
+        OGR_L_SetIgnoredFields(handle->layer, nullptr);
         OGR_L_ResetReading(handle->layer);
         QMutexLocker locker(&poolMutex);
         if (handle->generation == generation)
@@ -326,6 +327,11 @@ std::unique_ptr<dp::FeatureCursor> GdalTable::filteredFeatures(const dp::Feature
     if (!where.isEmpty() && OGR_L_SetAttributeFilter(handle->layer, where.toUtf8().constData()) != OGRERR_NONE) {
         qCInfo(lcGdalTable) << d->source << "attribute filter not taken:" << where << gdal::lastGdalError();
         OGR_L_SetAttributeFilter(handle->layer, nullptr);
+    }
+    if (!filter.geometries) {
+        // OGR then skips reading and converting them.
+        const char* ignored[] = {"OGR_GEOMETRY", nullptr};
+        OGR_L_SetIgnoredFields(handle->layer, ignored);
     }
     if (filter.bounds.isValid()) {
         const QRectF b = filter.bounds.normalized();

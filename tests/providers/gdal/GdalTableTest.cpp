@@ -211,5 +211,18 @@ TEST_F(GdalAdapterTest, AnswersEqualAFullReading)
     EXPECT_EQ(column(QStringLiteral("Select Count(*) From c")), QStringList{QStringLiteral("90")});
 }
 
+TEST_F(GdalAdapterTest, PassesWithoutGeometriesLeaveThemIntact)
+{
+    GdalTable::Options options;
+    options.name = QStringLiteral("c");
+    catalog.addDataObject(GdalTable::open(countries, options));
+    // Attribute-only passes read the layer without geometries ...
+    EXPECT_EQ(column(QStringLiteral("Select Count(*) From c")), QStringList{QStringLiteral("90")});
+    EXPECT_EQ(column(QStringLiteral("Select Count(*) From c Where pop_est > 0")), QStringList{QStringLiteral("90")});
+    // ... and the geometries read afterwards are all there.
+    EXPECT_EQ(column(QStringLiteral("Select Count(%1) From c").arg(g())), QStringList{QStringLiteral("90")});
+    EXPECT_EQ(column(QStringLiteral("Select Count(*) From c Where pop_est > 0 And %1 Is Null").arg(g())), QStringList{QStringLiteral("0")});
+}
+
 } // namespace
 } // namespace tessera::test
