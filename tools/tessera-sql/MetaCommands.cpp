@@ -30,7 +30,7 @@ std::shared_ptr<dp::Table> openedTable(MetaContext& context, const QString& name
 {
     auto table = context.shell.table(name);
     if (!table)
-        fail(context, QStringLiteral("no table %1 is open (open one with --open PATH[=NAME])").arg(name));
+        fail(context, QStringLiteral("no table %1 is open (open one with .open PATH or --open PATH[=NAME])").arg(name));
     return table;
 }
 
@@ -180,6 +180,48 @@ bool dropIndex(MetaContext& context, const QStringList& arguments)
     return true;
 }
 
+bool openSource(MetaContext& context, const QStringList& arguments)
+{
+    // After PATH: KEY=VALUE words are GDAL open options, the first other word the name.
+    QString name;
+    QStringList openOptions;
+    for (const QString& word : arguments.mid(1)) {
+        if (word.contains(QLatin1Char('=')))
+            openOptions << word;
+        else if (name.isEmpty())
+            name = word;
+        else
+            return fail(context, QStringLiteral("usage: .open PATH [NAME] [KEY=VALUE ...]"));
+    }
+    QString error;
+    return context.shell.openFile(arguments.front(), name, openOptions, error) || fail(context, error);
+}
+
+bool listTables(MetaContext& context, const QStringList&)
+{
+    for (const QString& name : context.shell.tableNames())
+        context.out << name << '\n';
+    return true;
+}
+
+bool closeSource(MetaContext& context, const QStringList& arguments)
+{
+    QString error;
+    return context.shell.closeTable(arguments.front(), error) || fail(context, error);
+}
+
+bool renameSource(MetaContext& context, const QStringList& arguments)
+{
+    QString error;
+    return context.shell.renameTable(arguments[0], arguments[1], error) || fail(context, error);
+}
+
+bool showSchema(MetaContext& context, const QStringList& arguments)
+{
+    QString error;
+    return context.shell.describeTable(arguments.value(0), context.out, error) || fail(context, error);
+}
+
 bool help(MetaContext& context, const QStringList&)
 {
     for (const MetaCommand& command : metaCommands())
@@ -192,12 +234,17 @@ bool help(MetaContext& context, const QStringList&)
 const std::vector<MetaCommand>& metaCommands()
 {
     static const std::vector<MetaCommand> commands = {
+        {".close", ".close NAME", "close a table (its virtual table is dropped)", 1, 1, closeSource},
         {".dropindex", ".dropindex TABLE INDEX", "drop an index built with .index", 2, 2, dropIndex},
         {".functions", ".functions [MASK]", "the dialect functions available (1 scalar, 2 aggregate, 8 window)", 0, 1, functions},
         {".help", ".help", "this list", 0, 0, help},
         {".index", ".index TABLE COLUMN[,COLUMN...]", "build and fill an index over columns of an open table", 2, -1, index},
         {".indexes", ".indexes [TABLE]", "the indices with their columns and rows", 0, 1, indexes},
+        {".open", ".open PATH [NAME] [KEY=VALUE ...]", "open a GIS source as a live table (KEY=VALUE: GDAL open options)", 1, -1, openSource},
         {".operators", ".operators", "the operation codes the engine translates", 0, 0, operators},
+        {".rename", ".rename OLD NEW", "rename a table", 2, 2, renameSource},
+        {".schema", ".schema [NAME]", "the columns of a table, or of every table", 0, 1, showSchema},
+        {".tables", ".tables", "the tables of the catalog", 0, 0, listTables},
     };
     return commands;
 }
