@@ -1,13 +1,22 @@
 #include "modules/tables/AdaptedTableManagement.h"
 
+#include "engine/Engine.h"
+#include "engine/indices/EngineIndices.h"
 #include "modules/tables/AdaptedTable.h"
 #include "platform/dp/Table.h"
 
 namespace tessera::modules {
 
-AdaptedTableManagement::AdaptedTableManagement(QString name, std::shared_ptr<AdaptedTable> adapted)
-    : name(std::move(name)), adaptedTable(std::move(adapted))
+AdaptedTableManagement::AdaptedTableManagement(QString name, std::shared_ptr<AdaptedTable> adapted, Engine* engine)
+    : name(std::move(name)), adaptedTable(std::move(adapted)), engine(engine)
 {
+    if (const auto table = adaptedTable->table())
+        changed = QObject::connect(table.get(), &dp::Table::featuresChanged, [this] { dropIndexStorage(); });
+}
+
+AdaptedTableManagement::~AdaptedTableManagement()
+{
+    QObject::disconnect(changed);
 }
 
 bool AdaptedTableManagement::detach()
@@ -19,6 +28,13 @@ bool AdaptedTableManagement::detach()
 void AdaptedTableManagement::reset()
 {
     adaptedTable->reset();
+    dropIndexStorage();
+}
+
+void AdaptedTableManagement::dropIndexStorage() const
+{
+    if (engine::EngineIndices* store = engine ? engine->findIndices(name) : nullptr)
+        store->dropStorage();
 }
 
 std::shared_ptr<cs::CoordSystem> AdaptedTableManagement::coordSystem() const

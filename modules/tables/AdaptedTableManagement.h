@@ -1,11 +1,18 @@
 #pragma once
 // The engine's handle on one virtual table of the table adapter: detaching
 // lets the host table go, resetting drops the adapter's cached blobs and
-// bounds (and the table's attribute indices, once the engine keeps them).
+// bounds and the storage of the table's attribute indices. A change of the
+// table's features drops that storage too, so an index never answers row ids
+// of data that has changed (build it again with the new data).
 
 #include "engine/TableManagement.h"
 
+#include <QMetaObject>
 #include <memory>
+
+namespace tessera {
+class Engine;
+}
 
 namespace tessera::modules {
 
@@ -13,7 +20,9 @@ class AdaptedTable;
 
 class AdaptedTableManagement final : public engine::TableManagement {
 public:
-    AdaptedTableManagement(QString name, std::shared_ptr<AdaptedTable> adapted);
+    // `engine` owns the management and outlives it.
+    AdaptedTableManagement(QString name, std::shared_ptr<AdaptedTable> adapted, Engine* engine);
+    ~AdaptedTableManagement() override;
 
     bool detach() override;
     QString tableName() const override { return name; }
@@ -24,8 +33,12 @@ public:
     const std::shared_ptr<AdaptedTable>& adapted() const { return adaptedTable; }
 
 private:
+    void dropIndexStorage() const;
+
     QString name;
     std::shared_ptr<AdaptedTable> adaptedTable;
+    Engine* engine;
+    QMetaObject::Connection changed;
 };
 
 } // namespace tessera::modules

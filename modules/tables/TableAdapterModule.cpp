@@ -3,6 +3,7 @@
 #include "engine/Engine.h"
 #include "engine/EngineCache.h"
 #include "engine/geometry/GeometryMeasureFunctions.h"
+#include "engine/indices/EngineIndices.h"
 #include "modules/tables/AdaptedTable.h"
 #include "modules/tables/AdaptedTableManagement.h"
 #include "modules/tables/FeatureValues.h"
@@ -55,7 +56,7 @@ struct AdapterCursor : sqlite3_vtab_cursor {
 // The plans of xBestIndex (idxNum).
 // Bits 4-7 of a spatial plan name the predicate; the bits below say which
 // rowid bounds follow the geometry in argv (lower first).
-enum Plan { FullScan = 0, RowidEqual = 1, RowidIn = 2, Spatial = 3, ProviderFilter = 4, GeometryScan = 5 };
+enum Plan { FullScan = 0, RowidEqual = 1, RowidIn = 2, Spatial = 3, ProviderFilter = 4, GeometryScan = 5, AttributeIndex = 6 };
 enum RowidBounds { HasLower = 0x100, LowerInclusive = 0x200, HasUpper = 0x400, UpperInclusive = 0x800 };
 // A pass whose statement reads no geometry: the source may leave them out.
 constexpr int WithoutGeometry = 0x1000;
@@ -206,7 +207,7 @@ int connectTable(sqlite3* db, void* aux, int argc, const char* const* argv, sqli
         result->name = name;
         result->adapted = adapted;
         if (Engine* engine = engineOf(context))
-            engine->registerManagement(std::make_unique<AdaptedTableManagement>(name, adapted));
+            engine->registerManagement(std::make_unique<AdaptedTableManagement>(name, adapted, engine));
         *vtab = result;
         return SQLITE_OK;
     } catch (const std::exception& e) {
@@ -219,10 +220,14 @@ int disconnectTable(sqlite3_vtab* vtab)
 {
     auto* table = static_cast<AdapterTable*>(vtab);
     // Only our own management: a table of the same name may have replaced it.
+    // Its index store goes with it: a table opened later under the name must
+    // not be served the row ids of this one.
     if (Engine* engine = engineOf(table->context)) {
         auto* management = dynamic_cast<AdaptedTableManagement*>(engine->findManagement(table->name));
-        if (management && management->adapted() == table->adapted)
+        if (management && management->adapted() == table->adapted) {
             engine->unRegisterManagement(table->name);
+            engine->dropIndices(table->name);
+        }
     }
     delete table;
     return SQLITE_OK;
@@ -232,9 +237,12 @@ int renameTable(sqlite3_vtab* vtab, const char* newName)
 {
     auto* table = static_cast<AdapterTable*>(vtab);
     const QString name = QString::fromUtf8(newName);
+    // Index stores are kept by table name: the renamed table starts without
+    // indices rather than leave a store under a name another table may take.
     if (Engine* engine = engineOf(table->context)) {
         engine->unRegisterManagement(table->name);
-        engine->registerManagement(std::make_unique<AdaptedTableManagement>(name, table->adapted));
+        engine->dropIndices(table->name);
+        engine->registerManagement(std::make_unique<AdaptedTableManagement>(name, table->adapted, engine));
     }
     table->name = name;
     return SQLITE_OK;
@@ -269,6 +277,162 @@ bool conditionOp(unsigned char op, dp::AttributeCondition::Op& result)
     }
 }
 
+// --- attribute indices -----------------------------------------------------------
+// An index of the table's store (built with the shell's .index or by the
+// host) narrows attribute constraints to the row ids it finds. The index
+// only narrows: SQLite tests every row it gets again (omit stays 0), so a
+// value the store compares differently can never add a row.
+
+using engine::EngineIndices;
+
+// Numbers take every comparison; text only =, Is Null and Like, because the
+// store orders text by the locale, where SQLite's ranges order it by bytes.
+enum class KeyKind { None, Number, Text };
+
+KeyKind keyKind(const dp::TableSchema& schema, int column)
+{
+    if (column < 0 || column >= schema.count())
+        return KeyKind::None;
+    const int type = schema.attribute(column)->type();
+    if (isNumeric(type))
+        return KeyKind::Number;
+    return type == QMetaType::QString ? KeyKind::Text : KeyKind::None;
+}
+
+bool indexComparison(unsigned char op, KeyKind kind, EngineIndices::Constant::Comparison& result)
+{
+    using C = EngineIndices::Constant;
+    switch (op) {
+    case SQLITE_INDEX_CONSTRAINT_EQ: result = C::Equal; return kind != KeyKind::None;
+    case SQLITE_INDEX_CONSTRAINT_ISNULL: result = C::IsNull; return kind != KeyKind::None;
+    case SQLITE_INDEX_CONSTRAINT_LIKE: result = C::Like; return kind == KeyKind::Text;
+    case SQLITE_INDEX_CONSTRAINT_LT: result = C::Less; return kind == KeyKind::Number;
+    case SQLITE_INDEX_CONSTRAINT_LE: result = C::LessOrEqual; return kind == KeyKind::Number;
+    case SQLITE_INDEX_CONSTRAINT_GT: result = C::Greater; return kind == KeyKind::Number;
+    case SQLITE_INDEX_CONSTRAINT_GE: result = C::GreaterOrEqual; return kind == KeyKind::Number;
+    default: return false;
+    }
+}
+
+std::vector<int> indexKeys(const EngineIndices& store, int index)
+{
+    std::vector<int> keys;
+    if (store.enumColumns(index, [&](int column) { keys.push_back(column); return EngineIndices::Status::Continue; })
+        != EngineIndices::Status::Continue)
+        keys.clear();
+    return keys;
+}
+
+struct IndexPlan {
+    int index = -1;
+    std::vector<int> constraints;   // positions in aConstraint, in argv order
+    double rows = 0;
+    double cost = 0;
+};
+
+// The cheapest index that serves the usable attribute constraints as its
+// leading columns: one over all their columns, else one over a single one.
+std::optional<IndexPlan> indexPlan(const EngineIndices& store, const dp::TableSchema& schema, const sqlite3_index_info* info,
+                                   double count)
+{
+    std::vector<int> candidates;
+    std::vector<EngineIndices::Column> columns;
+    for (int i = 0; i < info->nConstraint; ++i) {
+        const auto& c = info->aConstraint[i];
+        EngineIndices::Constant::Comparison comparison;
+        if (!c.usable || !indexComparison(c.op, keyKind(schema, c.iColumn), comparison))
+            continue;
+        candidates.push_back(i);
+        if (std::find(columns.begin(), columns.end(), EngineIndices::Column{c.iColumn}) == columns.end())
+            columns.push_back({c.iColumn});
+    }
+    std::vector<std::vector<EngineIndices::Column>> sets;
+    if (!columns.empty())
+        sets.push_back(columns);
+    for (std::size_t k = 0; columns.size() > 1 && k < columns.size(); ++k)
+        sets.push_back({columns[k]});
+
+    std::optional<IndexPlan> best;
+    for (const auto& set : sets) {
+        EngineIndices::Conformance conformance;
+        const int index = store.findIndex(set, &conformance);
+        if (index < 0 || conformance.measure < 1.0)
+            continue;
+        const std::vector<int> keys = indexKeys(store, index);
+        IndexPlan plan;
+        plan.index = index;
+        std::vector<EngineIndices::Column> equal;
+        double share = 1.0;
+        for (int i : candidates) {
+            const auto& c = info->aConstraint[i];
+            if (std::find(keys.begin(), keys.end(), c.iColumn) == keys.end())
+                continue;
+            plan.constraints.push_back(i);
+            if (c.op != SQLITE_INDEX_CONSTRAINT_EQ)
+                share *= c.op == SQLITE_INDEX_CONSTRAINT_ISNULL || c.op == SQLITE_INDEX_CONSTRAINT_LIKE ? 0.1 : 0.33;
+            else if (std::find(equal.begin(), equal.end(), EngineIndices::Column{c.iColumn}) == equal.end())
+                equal.push_back({c.iColumn});
+        }
+        // Equality from the store's own counts; other conditions as guesses.
+        const double matched = equal.empty() ? count : double(store.estimateRows(index, equal));
+        plan.rows = std::max(1.0, matched * share);
+        // The look-up descends the store's key; each row is then read by id.
+        plan.cost = std::log2(count + 1) + plan.rows * 2;
+        if (!best || plan.cost < best->cost)
+            best = std::move(plan);
+    }
+    return best;
+}
+
+// The rows of an index plan ("index N on COLUMN:OP,..."), or false when the
+// index cannot answer (gone since the plan was made): the caller reads the
+// table and SQLite tests every row. A value of another kind than the column
+// (a text for a number column) is left to SQLite.
+bool indexedRows(const AdapterTable& table, const char* idxStr, int argc, sqlite3_value** argv, std::vector<std::int64_t>& rows)
+{
+    Engine* engine = engineOf(table.context);
+    const EngineIndices* store = engine ? engine->findIndices(table.name) : nullptr;
+    const QStringList parts = QString::fromUtf8(idxStr ? idxStr : "").split(QLatin1Char(' '));
+    bool ok = false;
+    const int index = parts.value(1).toInt(&ok);
+    if (!store || !ok || parts.size() != 4)
+        return false;
+    const std::vector<int> keys = indexKeys(*store, index);
+    const dp::TableSchema& schema = table.adapted->schema();
+    std::vector<EngineIndices::Constant> constants;
+    const QStringList terms = parts[3].split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (int k = 0; k < terms.size() && k < argc; ++k) {
+        const int column = terms[k].section(QLatin1Char(':'), 0, 0).toInt();
+        const auto op = static_cast<unsigned char>(terms[k].section(QLatin1Char(':'), 1, 1).toInt());
+        const KeyKind kind = keyKind(schema, column);
+        const auto key = std::find(keys.begin(), keys.end(), column);
+        EngineIndices::Constant constant;
+        if (key == keys.end() || !indexComparison(op, kind, constant.comparison))
+            return false;
+        constant.column = int(key - keys.begin());
+        if (constant.comparison != EngineIndices::Constant::IsNull) {
+            const int type = sqlite3_value_type(argv[k]);
+            if (type == SQLITE_NULL) {
+                rows.clear();   // a comparison with NULL holds for no row
+                return true;
+            }
+            if (kind == KeyKind::Number && (type == SQLITE_INTEGER || type == SQLITE_FLOAT))
+                constant.values << (type == SQLITE_INTEGER ? QVariant(qlonglong(sqlite3_value_int64(argv[k])))
+                                                           : QVariant(sqlite3_value_double(argv[k])));
+            else if (kind == KeyKind::Text && type == SQLITE_TEXT)
+                constant.values << QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_value_text(argv[k])),
+                                                     sqlite3_value_bytes(argv[k]));
+            else
+                continue;
+        }
+        constants.push_back(constant);
+    }
+    if (constants.empty())
+        return false;
+    rows = store->findRows(index, constants);
+    return true;
+}
+
 int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
 {
     auto* table = static_cast<AdapterTable*>(vtab);
@@ -294,9 +458,6 @@ int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
         }
     }
 
-    // Attribute indices of the engine (Engine::indices, findIndex, findRows,
-    // estimateRows) plug in here, as a plan beside the provider filter, once
-    // the engine keeps them.
     if (rowidEqual >= 0) {
         info->aConstraintUsage[rowidEqual].argvIndex = 1;
         info->aConstraintUsage[rowidEqual].omit = 1;
@@ -313,6 +474,29 @@ int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
             info->estimatedCost = 1;
             info->idxFlags = SQLITE_INDEX_SCAN_UNIQUE;
         }
+        return SQLITE_OK;
+    }
+    // An attribute index wins over the R-tree and the provider filter when it
+    // is cheaper: a spatial look-up costs log n plus about sqrt(n) rows (a box
+    // in a coverage of n polygons meets about sqrt(n) others), a filtered
+    // pass half a scan.
+    Engine* engine = engineOf(table->context);
+    const EngineIndices* store = engine ? engine->findIndices(table->name) : nullptr;
+    const auto indexed = store && store->isCorrect() ? indexPlan(*store, table->adapted->schema(), info, count) : std::nullopt;
+    const double spatialCost = std::log2(count + 1) + std::sqrt(count) * 2;
+    const double otherCost = spatial >= 0 ? spatialCost : filters.isEmpty() ? count : count * 0.5;
+    if (indexed && indexed->cost < otherCost) {
+        QStringList terms;
+        for (std::size_t k = 0; k < indexed->constraints.size(); ++k) {
+            const auto& c = info->aConstraint[indexed->constraints[k]];
+            info->aConstraintUsage[indexed->constraints[k]].argvIndex = int(k) + 1;
+            terms << QStringLiteral("%1:%2").arg(c.iColumn).arg(int(c.op));
+        }
+        info->idxNum = AttributeIndex | (geometryUnused(info, geometryColumn) ? WithoutGeometry : 0);
+        info->idxStr = sqlite3_mprintf("index %d on %s", indexed->index, terms.join(QLatin1Char(',')).toUtf8().constData());
+        info->needToFreeIdxStr = 1;
+        info->estimatedRows = static_cast<sqlite3_int64>(indexed->rows);
+        info->estimatedCost = indexed->cost;
         return SQLITE_OK;
     }
     if (spatial >= 0) {
@@ -511,6 +695,13 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
             c->scan = c->table->filteredFeatures(conditions);
             break;
         }
+        case AttributeIndex:
+            if (indexedRows(*static_cast<AdapterTable*>(cursor->pVtab), idxStr, argc, argv, c->rows)) {
+                c->listed = c->checkRows = true;
+                break;
+            }
+            c->scan = c->table->features();
+            break;
         case GeometryScan:
             c->listed = true;
             if (adapted.allRows(c->rows))

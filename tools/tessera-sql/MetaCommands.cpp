@@ -52,6 +52,17 @@ EngineIndices* storeOf(MetaContext& context, const std::shared_ptr<dp::Table>& t
     return store;
 }
 
+// The indices built on `table` with .index that its store still holds: an
+// edit of the table, a reset, .close and .rename drop the store's storage.
+std::vector<int>& builtIndices(MetaContext& context, const dp::Table& table)
+{
+    std::vector<int>& ids = context.shell.indexIds(table.name());
+    const EngineIndices* store = context.shell.engine().findIndices(table.name());
+    if (!store || !store->isCorrect())
+        ids.clear();
+    return ids;
+}
+
 QStringList indexColumns(const EngineIndices& store, int index, const dp::TableSchema& schema)
 {
     QStringList names;
@@ -104,10 +115,10 @@ bool index(MetaContext& context, const QStringList& arguments)
     if (columns.empty())
         return fail(context, QStringLiteral("name the columns to index"));
 
+    std::vector<int>& built = builtIndices(context, *table);
     EngineIndices* store = storeOf(context, table);
     if (!store)
         return false;
-    std::vector<int>& built = context.shell.indexIds(table->name());
     const int id = store->addIndex(columns);
     if (id < 0)
         return fail(context, QStringLiteral("columns %1 of table %2 cannot be indexed (geometry and style columns cannot, nor a column twice)")
@@ -150,10 +161,10 @@ bool indexes(MetaContext& context, const QStringList& arguments)
     result.columns = QStringList{QStringLiteral("table"), QStringLiteral("index"), QStringLiteral("columns"), QStringLiteral("rows")};
     for (const QString& name : tables) {
         const auto table = context.shell.table(name);
-        const std::vector<int>& ids = context.shell.indexIds(name);
-        if (!table || ids.empty())
+        if (!table)
             continue;
-        EngineIndices* store = context.shell.engine().indices(table);
+        const std::vector<int>& ids = builtIndices(context, *table);
+        const EngineIndices* store = context.shell.engine().findIndices(name);
         for (int id : ids) {
             const auto statistics = store->statistics(id);
             result.rows.push_back({name, id, indexColumns(*store, id, table->schema()).join(QLatin1Char(',')),
@@ -171,7 +182,7 @@ bool dropIndex(MetaContext& context, const QStringList& arguments)
         return false;
     bool ok = false;
     const int id = arguments[1].toInt(&ok);
-    std::vector<int>& ids = context.shell.indexIds(table->name());
+    std::vector<int>& ids = builtIndices(context, *table);
     const auto it = std::find(ids.begin(), ids.end(), id);
     if (!ok || it == ids.end())
         return fail(context, QStringLiteral("table %1 has no index %2 (.indexes lists them)").arg(table->name(), arguments[1]));

@@ -1,6 +1,8 @@
 // The shell's catalog: sources opened live, listed, renamed, described and
-// closed through meta-commands between statements.
+// closed through meta-commands between statements; attribute indices built
+// with .index answering the table adapter's constraints.
 
+#include "engine/Engine.h"
 #include "tests/engine/TestApplication.h"
 #include "tools/tessera-sql/Shell.h"
 
@@ -80,6 +82,84 @@ TEST(ShellCatalog, MetaCommandsBetweenStatements)
         }
         EXPECT_TRUE(err.contains(row.err)) << row.name << ": " << err.toStdString();
     }
+}
+
+// Runs `script`; its standard output, or "error: ..." when it failed.
+QString run(Shell& shell, const QString& script)
+{
+    QString out, err;
+    QTextStream o(&out), e(&err);
+    const bool ok = shell.runScript(script, o, e);
+    o.flush();
+    e.flush();
+    return ok ? out : err;
+}
+
+TEST(ShellCatalog, IndexAnswersAsTheScan)
+{
+    QTemporaryDir dir;
+    const QString gpkg = geoPackage(dir);
+    ASSERT_FALSE(gpkg.isEmpty());
+    ShellOptions options;
+    options.format = OutputFormat::Csv;
+    Shell shell(options);
+    // NULL keys for Is Null: the 8 countries whose names start with "B".
+    ASSERT_EQ(run(shell, QStringLiteral(".open %1:land t\nUpdate t Set gdp_md_est = Null Where name Like 'b%';").arg(gpkg)), QString());
+
+    const struct {
+        const char* name;
+        const char* where;
+        bool indexed;   // the plan reads the index (a plain comparison is cheaper through the source's filter)
+    } rows[] = {
+        {"=", "name = 'Spain'", true},
+        {"= in another case", "name = 'SPAIN'", true},
+        {"= without a match", "name = 'Atlantis'", true},
+        {"= on a number", "gdp_md_est = 63177", true},
+        {"<", "gdp_md_est < 3000", false},
+        {"> and <", "gdp_md_est > 3000 And gdp_md_est < 30000", true},
+        {">= and <=", "gdp_md_est >= 3000 And gdp_md_est <= 30000", true},
+        {"Between", "gdp_md_est Between 1941 And 30000", true},
+        {"In", "name In ('Spain', 'france', 'Nowhere')", true},
+        {"Is Null", "gdp_md_est Is Null", true},
+        {"Like prefix", "name Like 'S%'", true},
+        {"Like prefix in another case", "name Like 'sw%'", true},
+        {"= on a text and a range", "name = 'Spain' And gdp_md_est > 100", true},
+    };
+    // The SQLite text of each query, then its rows before any index exists.
+    std::vector<QString> queries, scanned;
+    for (const auto& row : rows) {
+        QString sqlite, error;
+        ASSERT_TRUE(shell.translate(QStringLiteral("Select name, gdp_md_est From t Where %1 Order By name").arg(QLatin1String(row.where)),
+                                    sqlite, error))
+            << row.name << ": " << error.toStdString();
+        queries.push_back(sqlite + QLatin1Char(';'));
+        scanned.push_back(run(shell, queries.back()));
+    }
+    ASSERT_EQ(scanned[0].toStdString(), "name,gdp_md_est\r\nSpain,1393490\r\n");
+    ASSERT_EQ(scanned[9].count(QLatin1Char('\n')), 9) << scanned[9].toStdString();
+    ASSERT_EQ(run(shell, QStringLiteral(".index t name\n.index t gdp_md_est")),
+              QStringLiteral("index 1 on t (name): 90 rows\nindex 2 on t (gdp_md_est): 90 rows\n"));
+
+    options.raw = true;
+    shell.setOptions(options);
+    const auto plan = [&](const QString& query) { return run(shell, QStringLiteral("Explain Query Plan ") + query); };
+    for (std::size_t i = 0; i < queries.size(); ++i) {
+        EXPECT_EQ(run(shell, queries[i]).toStdString(), scanned[i].toStdString()) << rows[i].name;
+        EXPECT_EQ(plan(queries[i]).contains(QLatin1String("index ")), rows[i].indexed) << rows[i].name << ": " << plan(queries[i]).toStdString();
+    }
+
+    // An edit drops the table's indices: no row id of the old data is served.
+    EXPECT_EQ(run(shell, QStringLiteral("Update t Set name = 'Espana' Where name = 'Spain';")), QString());
+    EXPECT_FALSE(plan(queries[0]).contains(QLatin1String("index ")));
+    EXPECT_EQ(run(shell, QStringLiteral(".indexes")), QStringLiteral("table,index,columns,rows\r\n"));
+    // So do a reset of the table's management and closing the table.
+    ASSERT_TRUE(run(shell, QStringLiteral(".index t name")).startsWith(QLatin1String("index ")));
+    EXPECT_TRUE(plan(queries[0]).contains(QLatin1String("index ")));
+    shell.engine().clearIndices(shell.table(QStringLiteral("t")));
+    EXPECT_FALSE(plan(queries[0]).contains(QLatin1String("index ")));
+    ASSERT_TRUE(run(shell, QStringLiteral(".index t name")).startsWith(QLatin1String("index ")));
+    EXPECT_EQ(run(shell, QStringLiteral(".close t\n.open %1:land t\n.indexes").arg(gpkg)), QStringLiteral("table,index,columns,rows\r\n"));
+    EXPECT_FALSE(plan(queries[0]).contains(QLatin1String("index ")));
 }
 
 } // namespace
