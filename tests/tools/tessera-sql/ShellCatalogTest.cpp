@@ -82,6 +82,13 @@ TEST(ShellCatalog, MetaCommandsBetweenStatements)
         }
         EXPECT_TRUE(err.contains(row.err)) << row.name << ": " << err.toStdString();
     }
+    // One dispatcher: .help lists the catalog's commands with the others.
+    QString help;
+    QTextStream h(&help), e(&help);
+    ASSERT_TRUE(shell.runScript(QStringLiteral(".help"), h, e));
+    h.flush();
+    for (const char* command : {".open PATH", ".tables", ".close NAME", ".rename OLD NEW", ".schema [NAME]", ".index TABLE", ".functions"})
+        EXPECT_TRUE(help.contains(QLatin1String(command))) << command;
 }
 
 // Runs `script`; its standard output, or "error: ..." when it failed.
