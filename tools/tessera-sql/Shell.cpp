@@ -6,10 +6,12 @@
 #include "engine/translation/SqliteStringBuilder.h"
 #include "modules/functions/FunctionModule.h"
 #include "platform/core/Core.h"
+#include "platform/dp/DataCatalogWithSelection.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
 #include "tools/tessera-sql/ErrorText.h"
 #include "tools/tessera-sql/GeometryText.h"
+#include "tools/tessera-sql/HostServices.h"
 #include "tools/tessera-sql/StatementSplitter.h"
 #include "tools/tessera-sql/TableImporter.h"
 
@@ -32,6 +34,7 @@ Shell::Shell(ShellOptions options)
 {
     d->options = options;
     d->core = std::make_unique<Core>();
+    registerHostServices(*d->core);
     d->engine = Engine::load(d->core.get());
     d->engine->loadTableAdapterModule(d->core.get(), &modules::initFunctionModule);
 }
@@ -59,6 +62,8 @@ bool Shell::openFile(const QString& path, const QString& name, QString& error)
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
 {
     engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
+    if (const auto* catalog = hostCatalog(*d->core))
+        builder.setSelection(catalog->selection(), d->engine->cache());
     try {
         if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
             sqlite = sql::fromSqlString(builder.query());
