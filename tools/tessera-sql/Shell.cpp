@@ -11,15 +11,18 @@
 #include "platform/sql/SqlStrings.h"
 #include "tools/tessera-sql/ErrorText.h"
 #include "tools/tessera-sql/GeometryText.h"
+#include "tools/tessera-sql/HeaderText.h"
 #include "tools/tessera-sql/HostServices.h"
 #include "tools/tessera-sql/StatementSplitter.h"
 #include "tools/tessera-sql/TableImporter.h"
 
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTextStream>
 #include <stdexcept>
+#include <utility>
 
 namespace tessera::shell {
 
@@ -27,6 +30,20 @@ struct Shell::Private {
     ShellOptions options;
     std::unique_ptr<Core> core;
     Engine* engine = nullptr;
+    // Where the running statement starts in its script, and whether errors
+    // name that line (scripts of more than one line).
+    int line = 1;
+    int column = 1;
+    bool nameLine = false;
+
+    void report(QTextStream& err, const QString& message) const
+    {
+        err << "error: ";
+        if (nameLine)
+            err << "line " << line << ": ";
+        err << message << '\n';
+        err.flush();
+    }
 };
 
 Shell::Shell(ShellOptions options)
@@ -78,7 +95,7 @@ bool Shell::translate(const QString& statement, QString& sqlite, QString& error)
     for (const auto& e : builder.errors())
         reasons << describeError(*e);
     // A syntax error says where: parse again for the detailed message.
-    const QString detail = describeSyntaxError(statement.toStdString());
+    const QString detail = describeSyntaxError(statement.toStdString(), d->line, d->column);
     if (!detail.isEmpty())
         reasons << detail;
     error = reasons.join(QLatin1String("; "));
@@ -87,10 +104,19 @@ bool Shell::translate(const QString& statement, QString& sqlite, QString& error)
 
 bool Shell::runScript(const QString& script, QTextStream& out, QTextStream& err)
 {
-    for (const QString& statement : splitStatements(script))
-        if (!runStatement(statement, out, err))
-            return false;
-    return true;
+    const bool lines = script.trimmed().contains(QLatin1Char('\n'));
+    bool ok = true;
+    for (const ScriptStatement& statement : splitScript(script)) {
+        d->line = statement.line;
+        d->column = statement.column;
+        d->nameLine = lines;
+        ok = runStatement(statement.text, out, err);
+        if (!ok)
+            break;
+    }
+    d->line = d->column = 1;
+    d->nameLine = false;
+    return ok;
 }
 
 bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream& err)
@@ -99,8 +125,11 @@ bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream
     if (!d->options.raw) {
         QString error;
         if (!translate(statement, text, error)) {
-            err << "error: " << error << '\n';
-            err.flush();
+            // A syntax error names its own line and column.
+            static const QRegularExpression position(QStringLiteral("line \\d+, column \\d+: "));
+            const bool nameLine = std::exchange(d->nameLine, d->nameLine && !error.contains(position));
+            d->report(err, error);
+            d->nameLine = nameLine;
             return false;
         }
     }
@@ -113,8 +142,7 @@ bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream
     QSqlQuery query(d->engine->engineDatabase());
     query.setForwardOnly(true);
     if (!query.exec(text)) {
-        err << "error: " << query.lastError().databaseText() << '\n';
-        err.flush();
+        d->report(err, query.lastError().databaseText());
         return false;
     }
     if (!query.isSelect()) {
@@ -139,9 +167,10 @@ bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream
         }
         result.rows << row;
     }
+    if (!d->options.raw)
+        result.columns = userHeaders(statement, result.columns);
     if (query.lastError().isValid()) {
-        err << "error: " << query.lastError().databaseText() << '\n';
-        err.flush();
+        d->report(err, query.lastError().databaseText());
         return false;
     }
     printResult(out, result, d->options.format);

@@ -4,16 +4,36 @@ namespace tessera::shell {
 
 QStringList splitStatements(const QString& script)
 {
-    QStringList statements;
+    QStringList texts;
+    for (const ScriptStatement& statement : splitScript(script))
+        texts << statement.text;
+    return texts;
+}
+
+QVector<ScriptStatement> splitScript(const QString& script)
+{
+    QVector<ScriptStatement> statements;
     QString current;
     const int n = script.size();
     int i = 0;
+    int start = -1;   // where the statement's first visible character is
 
+    // Lines and columns are counted forward from the last statement's start.
+    int counted = 0;
+    int line = 1;
+    int lineStart = 0;
     auto flush = [&] {
         const QString s = current.trimmed();
-        if (!s.isEmpty())
-            statements << s;
+        if (!s.isEmpty() && start >= 0) {
+            for (; counted < start; ++counted)
+                if (script.at(counted) == '\n') {
+                    ++line;
+                    lineStart = counted + 1;
+                }
+            statements.push_back({s, line, start - lineStart + 1});
+        }
         current.clear();
+        start = -1;
     };
 
     while (i < n) {
@@ -34,6 +54,8 @@ QStringList splitStatements(const QString& script)
         if (c == '"' || c == '\'' || c == '`' || c == '[') {
             // Quoted text runs to the matching close; a doubled quote stays inside.
             const QChar close = c == '[' ? QChar(']') : c;
+            if (start < 0)
+                start = i;
             current += c;
             ++i;
             while (i < n) {
@@ -56,6 +78,8 @@ QStringList splitStatements(const QString& script)
             ++i;
             continue;
         }
+        if (start < 0 && !c.isSpace())
+            start = i;
         current += c;
         ++i;
     }

@@ -4,10 +4,20 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 namespace tessera::shell {
 
 // Statements without their terminating ';', trimmed; empty ones dropped.
 QStringList splitStatements(const QString& script);
+
+// A statement and where its first character is in the script (1-based), so
+// that errors can name the line of the file.
+struct ScriptStatement {
+    QString text;
+    int line = 1;
+    int column = 1;
+};
+QVector<ScriptStatement> splitScript(const QString& script);
 
 } // namespace tessera::shell

@@ -2,6 +2,7 @@
 
 #include "tools/tessera-sql/Shell.h"
 #include "tools/tessera-sql/StatementSplitter.h"
+#include "tools/tessera-sql/Translations.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -61,6 +62,7 @@ int main(int argc, char* argv[])
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tessera-sql"));
     QCoreApplication::setApplicationVersion(QStringLiteral("0.1"));
+    installTranslations();
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
