@@ -9,7 +9,9 @@
 #include "platform/dp/DataCatalogWithSelection.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
+#include "tools/tessera-sql/CellAbbreviation.h"
 #include "tools/tessera-sql/ErrorText.h"
+#include "tools/tessera-sql/GdalMessages.h"
 #include "tools/tessera-sql/GeometryText.h"
 #include "tools/tessera-sql/HeaderText.h"
 #include "tools/tessera-sql/HostServices.h"
@@ -73,7 +75,15 @@ void Shell::setOptions(ShellOptions options)
 
 bool Shell::openFile(const QString& path, const QString& name, QString& error)
 {
-    return importTable(*d->engine, path, name, error);
+    GdalMessages messages;
+    const bool ok = importTable(*d->engine, path, name, error);
+    error = ok ? messages.take().join(QLatin1String("; ")) : messages.foldInto(error);
+    return ok;
+}
+
+void Shell::cancelQuery()
+{
+    d->engine->cancelQuery();
 }
 
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
@@ -104,14 +114,18 @@ bool Shell::translate(const QString& statement, QString& sqlite, QString& error)
 
 bool Shell::runScript(const QString& script, QTextStream& out, QTextStream& err)
 {
-    const bool lines = script.trimmed().contains(QLatin1Char('\n'));
+    return runStatements(splitScript(script), script.trimmed().contains(QLatin1Char('\n')), out, err);
+}
+
+bool Shell::runStatements(const QVector<ScriptStatement>& statements, bool nameLines, QTextStream& out, QTextStream& err)
+{
     bool ok = true;
-    for (const ScriptStatement& statement : splitScript(script)) {
+    for (const ScriptStatement& statement : statements) {
         d->line = statement.line;
         d->column = statement.column;
-        d->nameLine = lines;
-        ok = runStatement(statement.text, out, err);
-        if (!ok)
+        d->nameLine = nameLines;
+        ok = runStatement(statement.text, out, err) && ok;
+        if (!ok && d->options.bail)
             break;
     }
     d->line = d->column = 1;
@@ -139,10 +153,12 @@ bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream
         return true;
     }
 
+    // Live tables read through GDAL: its reasons belong to this statement.
+    GdalMessages messages;
     QSqlQuery query(d->engine->engineDatabase());
     query.setForwardOnly(true);
     if (!query.exec(text)) {
-        d->report(err, query.lastError().databaseText());
+        d->report(err, messages.foldInto(query.lastError().databaseText()));
         return false;
     }
     if (!query.isSelect()) {
@@ -156,13 +172,17 @@ bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream
     const QSqlRecord record = query.record();
     for (int c = 0; c < record.count(); ++c)
         result.columns << record.fieldName(c);
+    QVector<bool> geometryColumns(record.count(), false);
     while (query.next()) {
         QVector<QVariant> row;
         row.reserve(record.count());
         for (int c = 0; c < record.count(); ++c) {
             QVariant v = query.value(c);
-            if (v.userType() == QMetaType::QByteArray && !v.isNull())
-                v = blobText(v.toByteArray(), d->engine->cache());
+            if (v.userType() == QMetaType::QByteArray && !v.isNull()) {
+                const QString text = blobText(v.toByteArray(), d->engine->cache());
+                geometryColumns[c] = geometryColumns[c] || !text.startsWith(QLatin1String("X'"));
+                v = text;
+            }
             row << v;
         }
         result.rows << row;
@@ -170,10 +190,12 @@ bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream
     if (!d->options.raw)
         result.columns = userHeaders(statement, result.columns);
     if (query.lastError().isValid()) {
-        d->report(err, query.lastError().databaseText());
+        d->report(err, messages.foldInto(query.lastError().databaseText()));
         return false;
     }
-    printResult(out, result, d->options.format);
+    if (d->options.format == OutputFormat::Table)
+        abbreviateWideCells(result, geometryColumns, d->options.width);
+    printResult(out, result, d->options.format, d->options.headers);
     out.flush();
     return true;
 }

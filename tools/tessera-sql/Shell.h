@@ -3,6 +3,7 @@
 // module, running dialect statements (or raw SQLite ones) and printing results.
 
 #include "tools/tessera-sql/ResultPrinter.h"
+#include "tools/tessera-sql/StatementSplitter.h"
 
 #include <QString>
 #include <memory>
@@ -15,6 +16,9 @@ struct ShellOptions {
     OutputFormat format = OutputFormat::Table;
     bool translateOnly = false;  // print the SQLite text instead of running it
     bool raw = false;            // run the text as SQLite SQL, untranslated
+    bool headers = true;         // print column headers (table and CSV)
+    bool bail = false;           // stop a script at its first error
+    int width = 0;               // table mode: cut geometry texts to fit; 0 shows them whole
 };
 
 class Shell {
@@ -29,13 +33,21 @@ public:
 
     // Opens a GIS file (GeoJSON, Shapefile, GeoPackage, MIF/TAB, CSV, ...) as
     // table `name` (the file's base name when empty). False with a message in
-    // `error` when it cannot be read.
+    // `error` when it cannot be read; after success `error` holds GDAL's
+    // warnings, if any.
     bool openFile(const QString& path, const QString& name, QString& error);
 
-    // Runs every statement of the script; stops at the first failing one.
-    // Returns false after an error, which is written to `err`.
+    // Runs every statement of the script, or up to the first failing one
+    // with `bail`. Returns false when any failed; errors go to `err`, naming
+    // the statement's line when the script has more than one line.
     bool runScript(const QString& script, QTextStream& out, QTextStream& err);
+    // The same for statements taken from a longer input (a file read as it
+    // arrives), whose positions are those of that input.
+    bool runStatements(const QVector<ScriptStatement>& statements, bool nameLines, QTextStream& out, QTextStream& err);
     bool runStatement(const QString& statement, QTextStream& out, QTextStream& err);
+
+    // Stops the running statement; may be called from any thread.
+    void cancelQuery();
 
     // The SQLite text of a dialect statement, or false with the reasons in `error`.
     bool translate(const QString& statement, QString& sqlite, QString& error) const;

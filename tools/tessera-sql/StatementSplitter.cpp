@@ -10,8 +10,10 @@ QStringList splitStatements(const QString& script)
     return texts;
 }
 
-QVector<ScriptStatement> splitScript(const QString& script)
+QVector<ScriptStatement> splitScript(const QString& script, int* complete)
 {
+    if (complete)
+        *complete = 0;
     QVector<ScriptStatement> statements;
     QString current;
     const int n = script.size();
@@ -76,6 +78,8 @@ QVector<ScriptStatement> splitScript(const QString& script)
         if (c == ';') {
             flush();
             ++i;
+            if (complete)
+                *complete = i;
             continue;
         }
         if (start < 0 && !c.isSpace())

@@ -18,6 +18,8 @@ struct ScriptStatement {
     int line = 1;
     int column = 1;
 };
-QVector<ScriptStatement> splitScript(const QString& script);
+// `complete`, when given, receives the length of the part of `script` that
+// ends with the last terminating ';' (0 when there is none).
+QVector<ScriptStatement> splitScript(const QString& script, int* complete = nullptr);
 
 } // namespace tessera::shell

@@ -6,9 +6,15 @@
 #include "platform/core/Core.h"
 #include "platform/geometry/Geometry.h"
 #include "tests/engine/TestApplication.h"
+#include "tools/tessera-sql/CellAbbreviation.h"
 #include "tools/tessera-sql/Shell.h"
 
+#include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QThread>
 #include <QTextStream>
 #include <gtest/gtest.h>
 
@@ -95,7 +101,7 @@ TEST_F(ShellSession, HeadersAreTheUsersOwnText)
     for (const auto& row : rows) {
         const Outcome o = run(QString::fromUtf8(row.statement));
         ASSERT_TRUE(o.ok) << row.name << ": " << o.err.toStdString();
-        EXPECT_EQ(o.out.section(QStringLiteral("\r\n"), 0, 0), QString::fromUtf8(row.header)) << row.name;
+        EXPECT_EQ(o.out.section(QLatin1Char('\n'), 0, 0), QString::fromUtf8(row.header)) << row.name;
     }
 }
 
@@ -115,6 +121,33 @@ TEST_F(ShellSession, ScriptErrorsNameTheirLine)
         const Outcome o = run(QString::fromUtf8(row.script));
         EXPECT_FALSE(o.ok) << row.name;
         EXPECT_TRUE(o.err.contains(QString::fromUtf8(row.error))) << row.name << ": " << o.err.toStdString();
+    }
+}
+
+TEST(CellAbbreviation, GeometryTextsFitTheTerminal)
+{
+    const QString wkt = QStringLiteral("POLYGON((") + QString(200, QLatin1Char('1')) + QStringLiteral("))");
+    const struct {
+        const char* name;
+        int width;
+        int expected;   // length of the geometry cell afterwards
+    } rows[] = {
+        // "name" is 7 wide ("Germany"), plus " | ": 80 - 10 = 70 for the geometry.
+        {"fits 80 columns", 80, 70},
+        {"never below 16", 20, 16},
+        {"no terminal: whole", 0, 211},
+        {"wide terminal: whole", 300, 211},
+    };
+    for (const auto& row : rows) {
+        ResultSet result;
+        result.columns = QStringList{QStringLiteral("name"), QStringLiteral("obj")};
+        result.rows = {{QStringLiteral("Germany"), wkt}, {QStringLiteral("Chad"), QVariant()}};
+        abbreviateWideCells(result, {false, true}, row.width);
+        const QString cell = result.rows[0][1].toString();
+        EXPECT_EQ(cell.size(), row.expected) << row.name;
+        EXPECT_EQ(cell.endsWith(QChar(0x2026)), row.expected < wkt.size()) << row.name;
+        EXPECT_TRUE(result.rows[1][1].isNull()) << row.name;
+        EXPECT_EQ(result.rows[0][0].toString(), QStringLiteral("Germany")) << row.name;
     }
 }
 
@@ -155,6 +188,186 @@ TEST(TesseraSqlProgram, EngineTextsFollowTheLocale)
         EXPECT_NE(run.status, 0);
         EXPECT_TRUE(QString::fromUtf8(run.err).contains(QString::fromUtf8(row.text))) << row.locale << ": " << run.err.toStdString();
     }
+}
+
+TEST(TesseraSqlProgram, ScriptingOptionsAndExitStatus)
+{
+    const QString countries = QStringLiteral(TESSERA_TEST_DATA "/countries.geojson");
+    const struct {
+        const char* name;
+        QStringList arguments;
+        QByteArray input;
+        int status;
+        QByteArray out;
+        const char* err;
+    } rows[] = {
+        {"a failing statement does not stop the script", {"--format", "csv"}, "Select 1 As a;\nSelect Frob(1);\nSelect 2 As b;\n",
+         1, "a\n1\nb\n2\n", "error: line 2: no such function: Frob"},
+        {"--bail stops there", {"--format", "csv", "--bail"}, "Select 1 As a;\nSelect Frob(1);\nSelect 2 As b;\n",
+         1, "a\n1\n", "line 2"},
+        {"--no-header", {"--format", "csv", "--no-header", "-c", "Select 1 As a, \"x\" As b"}, {}, 0, "1,x\n", ""},
+        {"--no-header in a table", {"--no-header", "-c", "Select 7 As a"}, {}, 0, "7\n(1 row)\n", ""},
+        {"unknown option", {"--bogus"}, {}, 2, "", "Unknown option 'bogus'"},
+        {"unknown format", {"--format", "xml", "-c", "Select 1"}, {}, 2, "", "unknown output format"},
+        {"GDAL's reason instead of 'unknown error'", {"-o", TESSERA_TEST_DATA "/README.md", "-c", "Select 1"}, {}, 1, "",
+         "not recognized as a supported file format"},
+        {"pipes keep going after an unfinished statement", {"--format", "csv"}, "Select 1 As a; Select", 1, "a\n1\n", "line 1, column 22"},
+    };
+    (void)countries;
+    for (const auto& row : rows) {
+        const ProgramRun run = runProgram(row.arguments, row.input);
+        EXPECT_EQ(run.status, row.status) << row.name << ": " << run.err.toStdString();
+        EXPECT_EQ(run.out, row.out) << row.name;
+        EXPECT_TRUE(run.err.contains(row.err)) << row.name << ": " << run.err.toStdString();
+        EXPECT_FALSE(run.err.contains("ERROR 4")) << row.name << ": GDAL printed beside the shell";
+    }
+}
+
+TEST(TesseraSqlProgram, StandardInputRunsEachStatementAsItArrives)
+{
+    QProcess process;
+    process.start(QStringLiteral(TESSERA_SQL_PROGRAM), {QStringLiteral("--format"), QStringLiteral("csv")});
+    ASSERT_TRUE(process.waitForStarted(10000));
+    process.write("Select 41 + 1 As answer;\n");
+    // The answer comes while standard input is still open.
+    QByteArray out;
+    QElapsedTimer timer;
+    timer.start();
+    while (!out.contains("42\n") && timer.elapsed() < 30000) {
+        process.waitForReadyRead(1000);
+        out += process.readAllStandardOutput();
+    }
+    EXPECT_EQ(out, QByteArray("answer\n42\n"));
+    process.write("Select 2 As b;\n");
+    process.closeWriteChannel();
+    ASSERT_TRUE(process.waitForFinished(30000));
+    EXPECT_EQ(process.exitCode(), 0);
+    EXPECT_EQ(process.readAllStandardOutput(), QByteArray("b\n2\n"));
+}
+
+// A long statement: every quadruple of countries.
+const char longStatement[] = "Select Count(*) From countries a, countries b, countries c, countries d";
+
+TEST(TesseraSqlProgram, CtrlCStopsAScriptWithItsOwnStatus)
+{
+    QProcess process;
+    process.start(QStringLiteral(TESSERA_SQL_PROGRAM),
+                  {QStringLiteral("-o"), QStringLiteral(TESSERA_TEST_DATA "/countries.geojson"), QStringLiteral("-c"),
+                   QLatin1String(longStatement) + QLatin1String("; Select 1")});
+    ASSERT_TRUE(process.waitForStarted(10000));
+    QThread::msleep(1500);
+    QProcess::execute(QStringLiteral("kill"), {QStringLiteral("-INT"), QString::number(process.processId())});
+    ASSERT_TRUE(process.waitForFinished(30000)) << "the statement was not cancelled";
+    EXPECT_EQ(process.exitCode(), 130);
+    EXPECT_TRUE(process.readAllStandardOutput().isEmpty()) << "the script went on after Ctrl-C";
+    EXPECT_TRUE(process.readAllStandardError().contains("interrupted"));
+}
+
+// An interactive session in a terminal made by tmux.
+class TmuxSession {
+public:
+    TmuxSession(const QString& command, const QString& home)
+        : socket(QStringLiteral("tessera-test-%1-%2").arg(QCoreApplication::applicationPid()).arg(++sessions))
+    {
+        tmux({QStringLiteral("new-session"), QStringLiteral("-d"), QStringLiteral("-x"), QStringLiteral("150"),
+              QStringLiteral("-y"), QStringLiteral("50"), QStringLiteral("env HOME=%1 %2").arg(home, command)});
+        // remain-on-exit keeps the pane's text readable after the shell leaves.
+        tmux({QStringLiteral("set-option"), QStringLiteral("-g"), QStringLiteral("remain-on-exit"), QStringLiteral("on")});
+    }
+    ~TmuxSession() { tmux({QStringLiteral("kill-server")}); }
+
+    // Keys as tmux names them ("Up", "Enter", "C-c") or literal text.
+    void keys(const QStringList& keys) { tmux(QStringList{QStringLiteral("send-keys")} + keys); }
+    void type(QString text)
+    {
+        // tmux reads an argument's last ';' as the end of its command.
+        if (text.endsWith(QLatin1Char(';')))
+            text.insert(text.size() - 1, QLatin1Char('\\'));
+        tmux({QStringLiteral("send-keys"), QStringLiteral("-l"), text});
+    }
+    QString screen() { return tmux({QStringLiteral("capture-pane"), QStringLiteral("-p"), QStringLiteral("-S"), QStringLiteral("-200")}); }
+
+    // Waits until the shell in the pane has left.
+    bool waitForExit(int timeoutMs = 30000)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < timeoutMs) {
+            if (tmux({QStringLiteral("display-message"), QStringLiteral("-p"), QStringLiteral("#{pane_dead}")}).trimmed() == QLatin1String("1"))
+                return true;
+            QThread::msleep(100);
+        }
+        return false;
+    }
+
+    // Waits until the screen shows `text` `count` times.
+    bool waitFor(const QString& text, int count = 1, int timeoutMs = 30000)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < timeoutMs) {
+            if (screen().count(text) >= count)
+                return true;
+            QThread::msleep(100);
+        }
+        return false;
+    }
+
+private:
+    QString tmux(const QStringList& arguments)
+    {
+        QProcess process;
+        process.start(QStringLiteral("tmux"), QStringList{QStringLiteral("-L"), socket} + arguments);
+        process.waitForFinished(10000);
+        return QString::fromUtf8(process.readAllStandardOutput());
+    }
+    QString socket;
+    static inline int sessions = 0;
+};
+
+TEST(TesseraSqlProgram, InteractiveSessionInATerminal)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("tmux")).isEmpty())
+        GTEST_SKIP() << "tmux is not installed";
+    QTemporaryDir home;
+    ASSERT_TRUE(home.isValid());
+    TmuxSession session(QStringLiteral("%1 -o %2").arg(QStringLiteral(TESSERA_SQL_PROGRAM), QStringLiteral(TESSERA_TEST_DATA "/countries.geojson")),
+                        home.path());
+    ASSERT_TRUE(session.waitFor(QStringLiteral("tessera>"))) << session.screen().toStdString();
+
+    session.type(QStringLiteral("Select Count(*) As n From countries;"));
+    session.keys({QStringLiteral("Enter")});
+    ASSERT_TRUE(session.waitFor(QStringLiteral("(1 row)"))) << session.screen().toStdString();
+    // Up and Enter run it again.
+    session.keys({QStringLiteral("Up"), QStringLiteral("Enter")});
+    ASSERT_TRUE(session.waitFor(QStringLiteral("(1 row)"), 2)) << session.screen().toStdString();
+
+    // Ctrl-C cancels a long statement and the table is still there.
+    session.type(QLatin1String(longStatement) + QLatin1Char(';'));
+    session.keys({QStringLiteral("Enter")});
+    QThread::msleep(1000);
+    session.keys({QStringLiteral("C-c")});
+    ASSERT_TRUE(session.waitFor(QStringLiteral("error: interrupted"))) << session.screen().toStdString();
+    session.type(QStringLiteral("Select name From countries"));
+    session.keys({QStringLiteral("Enter")});
+    ASSERT_TRUE(session.waitFor(QStringLiteral("    ...>"))) << "continuation prompt: " << session.screen().toStdString();
+    session.type(QStringLiteral("Where iso_a3 = \"DEU\";"));
+    session.keys({QStringLiteral("Enter")});
+    ASSERT_TRUE(session.waitFor(QStringLiteral("Germany"))) << session.screen().toStdString();
+
+    // Ctrl-C at the prompt drops the unfinished statement only.
+    session.type(QStringLiteral("Select 1 +"));
+    session.keys({QStringLiteral("Enter"), QStringLiteral("C-c")});
+    session.type(QStringLiteral("Select 6 * 7 As product;"));
+    session.keys({QStringLiteral("Enter")});
+    ASSERT_TRUE(session.waitFor(QStringLiteral("42"))) << session.screen().toStdString();
+
+    session.type(QStringLiteral(".quit"));
+    session.keys({QStringLiteral("Enter")});
+    ASSERT_TRUE(session.waitForExit()) << session.screen().toStdString();
+    QFile history(home.filePath(QStringLiteral(".tessera_sql_history")));
+    ASSERT_TRUE(history.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(history.readAll().contains("Select\\040Count(*)\\040As\\040n")) << "the history file keeps the statements";
 }
 
 } // namespace
