@@ -136,6 +136,8 @@ private:
     std::vector<ResultColumn> resultColumns(const QString& sqliteQuery);
 
     bool isSelectionName(const std::wstring& name) const;
+    // A call of SpatiaLite's with the engine's geometry converted for it.
+    void spatiaLiteCall(const sql::ast::Function& node);
     bool isOutermost() const { return scopes.size() <= 1; }
     void recordDependency(const std::wstring& name, const std::wstring& alias);
 

@@ -124,6 +124,37 @@ TEST_F(ShellSession, ScriptErrorsNameTheirLine)
     }
 }
 
+TEST_F(ShellSession, SpatiaLiteFunctionsTakeTheDialectsGeometry)
+{
+    const char square[] = "FromMif(\"Region 1 5 0 0 2 0 2 2 0 2 0 0\")";
+    const char shifted[] = "FromMif(\"Region 1 5 1 1 3 1 3 3 1 3 1 1\")";
+    const struct {
+        const char* name;
+        QString expression;
+        const char* value;
+    } rows[] = {
+        {"AsText", QStringLiteral("AsText(%1)").arg(square), "POLYGON((0 0, 2 0, 2 2, 0 2, 0 0))"},
+        {"AsGeoJSON", QStringLiteral("AsGeoJSON(FromMif(\"Point 1 2\"))"), "{\"type\":\"Point\",\"coordinates\":[1,2]}"},
+        // The squares overlap in [1,2] x [1,2].
+        {"ST_Intersection of two", QStringLiteral("ST_Area(ST_Intersection(%1, %2))").arg(square, shifted), "1"},
+        {"engine result into SpatiaLite", QStringLiteral("AsText(Centroid(%1))").arg(square), "POINT(1 1)"},
+        {"numbers pass", QStringLiteral("ST_X(MakePoint(1.5, 2))"), "1.5"},
+        {"NULL stays NULL", QStringLiteral("AsText(Null) Is Null"), "1"},
+        {"table geometry and its SRID", QStringLiteral("Srid(obj) From countries Where iso_a3 = \"DEU\""), "4326"},
+        {"table geometry as text", QStringLiteral("Substr(AsText(obj), 1, 7) From countries Where iso_a3 = \"DEU\""), "POLYGON"},
+        {"two tables", QStringLiteral("ST_Intersects(a.obj, b.obj) From countries a, countries b Where a.iso_a3 = \"DEU\" And b.iso_a3 = \"POL\""), "1"},
+    };
+    for (const auto& row : rows) {
+        const Outcome o = run(QStringLiteral("Select ") + row.expression);
+        ASSERT_TRUE(o.ok) << row.name << ": " << o.err.toStdString();
+        // A CSV cell with a comma comes quoted, its quotes doubled.
+        QString cell = o.out.section(QLatin1Char('\n'), 1, 1);
+        if (cell.startsWith(QLatin1Char('"')))
+            cell = cell.mid(1, cell.size() - 2).replace(QLatin1String("\"\""), QLatin1String("\""));
+        EXPECT_EQ(cell, QString::fromUtf8(row.value)) << row.name;
+    }
+}
+
 TEST(CellAbbreviation, GeometryTextsFitTheTerminal)
 {
     const QString wkt = QStringLiteral("POLYGON((") + QString(200, QLatin1Char('1')) + QStringLiteral("))");
