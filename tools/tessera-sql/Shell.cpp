@@ -2,11 +2,13 @@
 
 #include "engine/Engine.h"
 #include "engine/EngineCache.h"
+#include "engine/expression/EngineExpression.h"
 #include "engine/geometry/GeometryConversions.h"
 #include "engine/translation/SqliteStringBuilder.h"
 #include "modules/functions/FunctionModule.h"
 #include "platform/core/Core.h"
 #include "platform/dp/DataCatalogWithSelection.h"
+#include "platform/dp/Table.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
 #include "tools/tessera-sql/CellAbbreviation.h"
@@ -18,6 +20,8 @@
 #include "tools/tessera-sql/StatementSplitter.h"
 #include "tools/tessera-sql/TableImporter.h"
 
+#include <QElapsedTimer>
+#include <QFile>
 #include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -37,6 +41,9 @@ struct Shell::Private {
     int line = 1;
     int column = 1;
     bool nameLine = false;
+    // The file results go to after .output.
+    std::unique_ptr<QFile> outputFile;
+    std::unique_ptr<QTextStream> output;
 
     void report(QTextStream& err, const QString& message) const
     {
@@ -133,8 +140,72 @@ bool Shell::runStatements(const QVector<ScriptStatement>& statements, bool nameL
     return ok;
 }
 
-bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream& err)
+bool Shell::setOutput(const QString& path, QString& error)
 {
+    d->output.reset();
+    d->outputFile.reset();
+    if (path.isEmpty())
+        return true;
+    auto file = std::make_unique<QFile>(path);
+    if (!file->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        error = QStringLiteral("cannot write %1: %2").arg(path, file->errorString());
+        return false;
+    }
+    d->outputFile = std::move(file);
+    d->output = std::make_unique<QTextStream>(d->outputFile.get());
+    d->output->setCodec("UTF-8");
+    return true;
+}
+
+bool Shell::readScript(const QString& path, QTextStream& out, QTextStream& err)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        d->report(err, QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+        return false;
+    }
+    return runStatements(splitScript(QString::fromUtf8(file.readAll())), true, out, err);
+}
+
+bool Shell::evaluate(const QString& tableName, const QString& expression, QTextStream& screen, QTextStream& err)
+{
+    const dp::DataCatalogWithSelection* catalog = hostCatalog(*d->core);
+    const auto table = std::dynamic_pointer_cast<dp::Table>(catalog ? catalog->findByName(tableName) : nullptr);
+    if (!table) {
+        d->report(err, QStringLiteral("no table %1 in the catalog").arg(tableName));
+        return false;
+    }
+    engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
+    if (!d->engine->tryToTranslate(expression.toStdString(), builder, Engine::ExpressionOnly)) {
+        QStringList reasons;
+        for (const auto& e : builder.errors())
+            reasons << describeError(*e);
+        d->report(err, reasons.join(QLatin1String("; ")));
+        return false;
+    }
+    engine::EngineExpression evaluator(d->engine->engineDatabase(), table->schema(), d->engine->cache());
+    if (!evaluator.isValid() || !evaluator.setExpression(sql::fromSqlString(builder.query()))) {
+        d->report(err, evaluator.lastError());
+        return false;
+    }
+    ResultSet result;
+    result.columns << QStringLiteral("id") << expression;
+    auto cursor = table->features();
+    while (auto feature = cursor->next()) {
+        evaluator.fill(feature);
+        result.rows.push_back({static_cast<qlonglong>(d->engine->cache()->assignIdToInt(feature->id())), evaluator.exec()});
+    }
+    QTextStream& out = d->output ? *d->output : screen;
+    printResult(out, result, d->options.format, d->options.headers);
+    out.flush();
+    return true;
+}
+
+bool Shell::runStatement(const QString& statement, QTextStream& screen, QTextStream& err)
+{
+    QTextStream& out = d->output ? *d->output : screen;
+    QElapsedTimer timer;
+    timer.start();
     QString text = statement;
     if (!d->options.raw) {
         QString error;
@@ -195,7 +266,14 @@ bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream
     }
     if (d->options.format == OutputFormat::Table)
         abbreviateWideCells(result, geometryColumns, d->options.width);
+    if (!d->options.nullValue.isEmpty())
+        for (auto& row : result.rows)
+            for (auto& cell : row)
+                if (cell.isNull())
+                    cell = d->options.nullValue;
     printResult(out, result, d->options.format, d->options.headers);
+    if (d->options.timer)
+        out << "Time: " << QString::number(timer.nsecsElapsed() / 1e6, 'f', 3) << " ms\n";
     out.flush();
     return true;
 }

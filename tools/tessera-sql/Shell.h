@@ -19,6 +19,8 @@ struct ShellOptions {
     bool headers = true;         // print column headers (table and CSV)
     bool bail = false;           // stop a script at its first error
     int width = 0;               // table mode: cut geometry texts to fit; 0 shows them whole
+    QString nullValue;           // shown for NULL (empty: the format's own)
+    bool timer = false;          // print each statement's elapsed time
 };
 
 class Shell {
@@ -45,6 +47,18 @@ public:
     // arrives), whose positions are those of that input.
     bool runStatements(const QVector<ScriptStatement>& statements, bool nameLines, QTextStream& out, QTextStream& err);
     bool runStatement(const QString& statement, QTextStream& out, QTextStream& err);
+
+    // Handlers of meta-commands (.mode, .headers, .nullvalue, .timer and
+    // .bail change options through setOptions).
+    // .output FILE: results go to `path` from now on (empty: back to the
+    // stream each call is given). False with the reason when it cannot be
+    // written.
+    bool setOutput(const QString& path, QString& error);
+    // .read FILE: runs the script in the file.
+    bool readScript(const QString& path, QTextStream& out, QTextStream& err);
+    // .eval TABLE EXPRESSION: the dialect expression's value for every
+    // feature of the catalog's table TABLE, as rows of (id, value).
+    bool evaluate(const QString& table, const QString& expression, QTextStream& out, QTextStream& err);
 
     // Stops the running statement; may be called from any thread.
     void cancelQuery();

@@ -4,6 +4,10 @@
 #include "engine/Engine.h"
 #include "engine/EngineCache.h"
 #include "platform/core/Core.h"
+#include "platform/dp/DataCatalogWithSelection.h"
+#include "platform/dp/GeometryAttributeDefinition.h"
+#include "platform/dp/MemoryTable.h"
+#include "platform/dp/SimpleAttributeDefinition.h"
 #include "platform/geometry/Geometry.h"
 #include "tests/engine/TestApplication.h"
 #include "tools/tessera-sql/CellAbbreviation.h"
@@ -153,6 +157,66 @@ TEST_F(ShellSession, SpatiaLiteFunctionsTakeTheDialectsGeometry)
             cell = cell.mid(1, cell.size() - 2).replace(QLatin1String("\"\""), QLatin1String("\""));
         EXPECT_EQ(cell, QString::fromUtf8(row.value)) << row.name;
     }
+}
+
+TEST_F(ShellSession, MetaCommandHandlers)
+{
+    ShellOptions options;
+    options.nullValue = QStringLiteral("(none)");
+    options.timer = true;
+    shell->setOptions(options);
+    Outcome o = run(QStringLiteral("Select Null As n"));
+    EXPECT_TRUE(o.out.startsWith(QStringLiteral("n\n(none)\nTime: "))) << o.out.toStdString();
+    EXPECT_TRUE(o.out.endsWith(QStringLiteral(" ms\n"))) << o.out.toStdString();
+    shell->setOptions(ShellOptions{});
+
+    // .output and .read
+    QTemporaryDir dir;
+    const QString results = dir.filePath(QStringLiteral("out.csv"));
+    const QString script = dir.filePath(QStringLiteral("script.sql"));
+    QFile scriptFile(script);
+    ASSERT_TRUE(scriptFile.open(QIODevice::WriteOnly));
+    scriptFile.write("Select 1 As a;\n\nSelect Frob(2);\n");
+    scriptFile.close();
+    QString error;
+    ASSERT_TRUE(shell->setOutput(results, error)) << error.toStdString();
+    QString screen, errors;
+    QTextStream out(&screen), err(&errors);
+    ShellOptions csv;
+    csv.format = OutputFormat::Csv;
+    shell->setOptions(csv);
+    EXPECT_FALSE(shell->readScript(script, out, err));
+    ASSERT_TRUE(shell->setOutput(QString(), error));
+    err.flush();
+    EXPECT_TRUE(errors.contains(QStringLiteral("error: line 3: no such function: Frob"))) << errors.toStdString();
+    QFile written(results);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    EXPECT_EQ(written.readAll(), QByteArray("a\n1\n"));
+    EXPECT_TRUE(screen.isEmpty());
+    EXPECT_FALSE(shell->setOutput(dir.filePath(QStringLiteral("no/such/dir/x.csv")), error));
+    EXPECT_FALSE(shell->readScript(dir.filePath(QStringLiteral("missing.sql")), out, err));
+
+    // .eval over a table of the catalog
+    auto* catalog = tessera::Core::instance()->findService<tessera::dp::DataCatalogWithSelection>();
+    ASSERT_NE(catalog, nullptr);
+    auto table = std::make_shared<tessera::dp::MemoryTable>(
+        QStringLiteral("parcels"),
+        tessera::dp::TableSchema({tessera::dp::AttributeDefinitionPtr(new tessera::dp::SimpleAttributeDefinition(QStringLiteral("owner"), QMetaType::QString, 20)),
+                                  tessera::dp::AttributeDefinitionPtr(new tessera::dp::GeometryAttributeDefinition(QStringLiteral("shape"), {}))}));
+    tessera::dp::Feature parcel = table->newFeature();
+    parcel.setAttribute(0, QStringLiteral("o'Hara"));
+    parcel.setGeometry(1, std::make_shared<tessera::geometry::Polygon>(QVector<tessera::geometry::Ring>{{{0, 0}, {3, 0}, {3, 2}, {0, 2}, {0, 0}}}));
+    ASSERT_TRUE(table->insertFeature(parcel).isValid());
+    ASSERT_TRUE(catalog->addDataObject(table));
+    QString evaluated;
+    QTextStream evalOut(&evaluated);
+    ASSERT_TRUE(shell->evaluate(QStringLiteral("parcels"), QStringLiteral("Upper(owner) & \" \" & CartesianArea(obj, \"sq m\")"), evalOut, err))
+        << errors.toStdString();
+    evalOut.flush();
+    EXPECT_EQ(evaluated.section(QLatin1Char('\n'), 1, 1).section(QLatin1Char(','), 1), QStringLiteral("O'HARA 6.0")) << evaluated.toStdString();
+    EXPECT_FALSE(shell->evaluate(QStringLiteral("nowhere"), QStringLiteral("1"), evalOut, err));
+    EXPECT_FALSE(shell->evaluate(QStringLiteral("parcels"), QStringLiteral("Select 1"), evalOut, err)) << "not an expression";
+    catalog->closeDataObject(table->id());
 }
 
 TEST(CellAbbreviation, GeometryTextsFitTheTerminal)
