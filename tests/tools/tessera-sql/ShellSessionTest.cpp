@@ -287,7 +287,6 @@ TEST(TesseraSqlProgram, EngineTextsFollowTheLocale)
 
 TEST(TesseraSqlProgram, ScriptingOptionsAndExitStatus)
 {
-    const QString countries = QStringLiteral(TESSERA_TEST_DATA "/countries.geojson");
     const struct {
         const char* name;
         QStringList arguments;
@@ -308,7 +307,6 @@ TEST(TesseraSqlProgram, ScriptingOptionsAndExitStatus)
          "not recognized as a supported file format"},
         {"pipes keep going after an unfinished statement", {"--format", "csv"}, "Select 1 As a; Select", 1, "a\n1\n", "line 1, column 22"},
     };
-    (void)countries;
     for (const auto& row : rows) {
         const ProgramRun run = runProgram(row.arguments, row.input);
         EXPECT_EQ(run.status, row.status) << row.name << ": " << run.err.toStdString();
