@@ -8,6 +8,7 @@
 #include "modules/functions/FunctionModule.h"
 #include "platform/core/Core.h"
 #include "platform/dp/DataCatalogWithSelection.h"
+#include "platform/dp/GeometryValue.h"
 #include "platform/dp/Table.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
@@ -15,6 +16,7 @@
 #include "tools/tessera-sql/ErrorText.h"
 #include "tools/tessera-sql/GdalMessages.h"
 #include "tools/tessera-sql/GeometryText.h"
+#include "tools/tessera-sql/GisWriter.h"
 #include "tools/tessera-sql/HeaderText.h"
 #include "tools/tessera-sql/HostServices.h"
 #include "tools/tessera-sql/StatementSplitter.h"
@@ -201,6 +203,16 @@ bool Shell::evaluate(const QString& tableName, const QString& expression, QTextS
     return true;
 }
 
+bool Shell::exportQuery(const QString& statement, const QString& path, const QString& driver, QTextStream& out, QTextStream& err)
+{
+    const ShellOptions saved = d->options;
+    d->options.gisOutput = path;
+    d->options.gisDriver = driver;
+    const bool ok = runStatement(statement, out, err);
+    d->options = saved;
+    return ok;
+}
+
 bool Shell::runStatement(const QString& statement, QTextStream& screen, QTextStream& err)
 {
     QTextStream& out = d->output ? *d->output : screen;
@@ -244,9 +256,23 @@ bool Shell::runStatement(const QString& statement, QTextStream& screen, QTextStr
     for (int c = 0; c < record.count(); ++c)
         result.columns << record.fieldName(c);
     QVector<bool> geometryColumns(record.count(), false);
+    // A GIS file takes the geometries themselves.
+    const bool toGisFile = !d->options.gisOutput.isEmpty();
+    ResultSet gis;
     while (query.next()) {
         QVector<QVariant> row;
         row.reserve(record.count());
+        if (toGisFile) {
+            QVector<QVariant> gisRow;
+            for (int c = 0; c < record.count(); ++c) {
+                const QVariant v = query.value(c);
+                const auto g = v.userType() == QMetaType::QByteArray && !v.isNull()
+                    ? d->engine->cache()->geometryInfo(v.toByteArray(), false).geometry() : nullptr;
+                gisRow << (g ? dp::geometryToVariant(g) : v);
+            }
+            gis.rows << gisRow;
+            continue;
+        }
         for (int c = 0; c < record.count(); ++c) {
             QVariant v = query.value(c);
             if (v.userType() == QMetaType::QByteArray && !v.isNull()) {
@@ -260,6 +286,15 @@ bool Shell::runStatement(const QString& statement, QTextStream& screen, QTextStr
     }
     if (!d->options.raw)
         result.columns = userHeaders(statement, result.columns);
+    if (toGisFile) {
+        gis.columns = result.columns;
+        QString error;
+        if (!writeGisFile(d->options.gisOutput, d->options.gisDriver, gis, error)) {
+            d->report(err, error);
+            return false;
+        }
+        return true;
+    }
     if (query.lastError().isValid()) {
         d->report(err, messages.foldInto(query.lastError().databaseText()));
         return false;

@@ -21,6 +21,8 @@ struct ShellOptions {
     int width = 0;               // table mode: cut geometry texts to fit; 0 shows them whole
     QString nullValue;           // shown for NULL (empty: the format's own)
     bool timer = false;          // print each statement's elapsed time
+    QString gisOutput;           // write each query's result to this GIS file instead
+    QString gisDriver;           // GDAL driver for gisOutput (empty: by extension)
 };
 
 class Shell {
@@ -59,6 +61,10 @@ public:
     // .eval TABLE EXPRESSION: the dialect expression's value for every
     // feature of the catalog's table TABLE, as rows of (id, value).
     bool evaluate(const QString& table, const QString& expression, QTextStream& out, QTextStream& err);
+
+    // .export PATH [FORMAT]: the result of `statement` written to the GIS
+    // file `path` (GDAL driver `driver`, or by the extension).
+    bool exportQuery(const QString& statement, const QString& path, const QString& driver, QTextStream& out, QTextStream& err);
 
     // Stops the running statement; may be called from any thread.
     void cancelQuery();

@@ -86,8 +86,13 @@ int main(int argc, char* argv[])
         QStringLiteral("Stop at the first failing statement (by default a script goes on)."));
     const QCommandLineOption fullOption(QStringLiteral("full"),
         QStringLiteral("Show geometries whole in table output (by default cut to the terminal's width)."));
+    const QCommandLineOption outputOption(QStringLiteral("output"),
+        QStringLiteral("Write query results to the GIS file PATH through GDAL (GeoPackage, GeoJSON, Shapefile, "
+                       "FlatGeobuf, CSV with WKT, ...; the driver follows the extension)."), QStringLiteral("PATH"));
+    const QCommandLineOption outputDriverOption(QStringLiteral("output-driver"),
+        QStringLiteral("GDAL driver for --output (e.g. GPKG, GeoJSON, \"ESRI Shapefile\", FlatGeobuf, CSV)."), QStringLiteral("NAME"));
     parser.addOptions({commandOption, openOption, formatOption, translateOption, rawOption, verboseOption,
-                       noHeaderOption, bailOption, fullOption});
+                       noHeaderOption, bailOption, fullOption, outputOption, outputDriverOption});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Script of statements to run."), QStringLiteral("[FILE]"));
     // Bad options exit with ExitUsage (QCommandLineParser::process would use 1).
     if (!parser.parse(QCoreApplication::arguments())) {
@@ -116,6 +121,8 @@ int main(int argc, char* argv[])
     options.headers = !parser.isSet(noHeaderOption);
     options.bail = parser.isSet(bailOption);
     options.width = parser.isSet(fullOption) ? 0 : terminalWidth();
+    options.gisOutput = parser.value(outputOption);
+    options.gisDriver = parser.value(outputDriverOption);
     if (options.raw && options.translateOnly)
         return usageError(err, QStringLiteral("--raw and --translate exclude each other"));
     if (parser.positionalArguments().size() > 1)

@@ -8,7 +8,10 @@
 #include "platform/dp/GeometryAttributeDefinition.h"
 #include "platform/dp/MemoryTable.h"
 #include "platform/dp/SimpleAttributeDefinition.h"
+#include "platform/cs/CoordSystem.h"
+#include "platform/dp/FeatureCursor.h"
 #include "platform/geometry/Geometry.h"
+#include "providers/gdal/GdalTableReader.h"
 #include "tests/engine/TestApplication.h"
 #include "tools/tessera-sql/CellAbbreviation.h"
 #include "tools/tessera-sql/Shell.h"
@@ -461,6 +464,75 @@ TEST(TesseraSqlProgram, InteractiveSessionInATerminal)
     QFile history(home.filePath(QStringLiteral(".tessera_sql_history")));
     ASSERT_TRUE(history.open(QIODevice::ReadOnly));
     EXPECT_TRUE(history.readAll().contains("Select\\040Count(*)\\040As\\040n")) << "the history file keeps the statements";
+}
+
+// name -> (population, bounding box) of a table read through GDAL.
+using Countries = QMap<QString, QPair<qint64, QRectF>>;
+
+Countries readCountries(const QString& path)
+{
+    Countries countries;
+    const auto table = tessera::providers::GdalTableReader::read(path);
+    const auto schema = table->schema();
+    const int name = schema.indexOf(QStringLiteral("name"));
+    const int population = schema.indexOf(QStringLiteral("pop_est"));
+    auto cursor = table->features();
+    while (auto feature = cursor->next()) {
+        const auto g = feature->geometry();
+        countries.insert(feature->getAttribute(name).toString(),
+                         {qint64(feature->getAttribute(population).toDouble()), g ? g->boundingRect() : QRectF()});
+    }
+    return countries;
+}
+
+TEST(TesseraSqlProgram, ResultsAsGisFiles)
+{
+    QTemporaryDir dir;
+    const QString source = QStringLiteral(TESSERA_TEST_DATA "/countries.geojson");
+    // The source read directly, without the shell.
+    Countries expected;
+    for (auto [name, value] : readCountries(source).toStdMap())
+        if (name.startsWith(QLatin1Char('S')))
+            expected.insert(name, value);
+    ASSERT_GT(expected.size(), 3);
+
+    for (const char* file : {"out.gpkg", "out.geojson", "out.shp", "out.csv"}) {
+        const QString path = dir.filePath(QLatin1String(file));
+        const ProgramRun run = runProgram({QStringLiteral("-o"), source, QStringLiteral("--output"), path, QStringLiteral("-c"),
+                                           QStringLiteral("Select name, pop_est, obj From countries Where name Like \"S%\"")});
+        ASSERT_EQ(run.status, 0) << file << ": " << run.err.toStdString();
+        EXPECT_TRUE(run.out.isEmpty()) << file;
+
+        // Valid for others: ogrinfo reads it with its coordinate system.
+        QProcess ogrinfo;
+        ogrinfo.start(QStringLiteral("ogrinfo"), {QStringLiteral("-so"), QStringLiteral("-al"), path});
+        ASSERT_TRUE(ogrinfo.waitForFinished(30000));
+        const QByteArray info = ogrinfo.readAllStandardOutput();
+        EXPECT_EQ(ogrinfo.exitCode(), 0) << file;
+        EXPECT_TRUE(info.contains(QByteArray("Feature Count: ") + QByteArray::number(expected.size()))) << file << info.toStdString();
+        EXPECT_TRUE(info.contains("WGS 84")) << file;
+
+        // A CSV's coordinate system is a .prj without the EPSG code.
+        const auto table = tessera::providers::GdalTableReader::read(path);
+        ASSERT_NE(table->coordSystem(), nullptr) << file;
+        if (!QByteArray(file).endsWith(".csv")) {
+            EXPECT_EQ(table->coordSystem()->epsg(), 4326) << file;
+        }
+        const Countries written = readCountries(path);
+        ASSERT_EQ(written.keys(), expected.keys()) << file;
+        for (const QString& name : expected.keys()) {
+            EXPECT_EQ(written[name].first, expected[name].first) << file << " " << name.toStdString();
+            const QRectF a = written[name].second, b = expected[name].second;
+            EXPECT_NEAR(a.left(), b.left(), 1e-6) << file << " " << name.toStdString();
+            EXPECT_NEAR(a.top(), b.top(), 1e-6) << file << " " << name.toStdString();
+            EXPECT_NEAR(a.right(), b.right(), 1e-6) << file << " " << name.toStdString();
+            EXPECT_NEAR(a.bottom(), b.bottom(), 1e-6) << file << " " << name.toStdString();
+        }
+    }
+
+    const ProgramRun bad = runProgram({QStringLiteral("--output"), dir.filePath(QStringLiteral("out.nosuch")), QStringLiteral("-c"), QStringLiteral("Select 1")});
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_TRUE(bad.err.contains("no GDAL driver writes files of this extension")) << bad.err.toStdString();
 }
 
 } // namespace
