@@ -19,6 +19,7 @@
 #include "tools/tessera-sql/GisWriter.h"
 #include "tools/tessera-sql/HeaderText.h"
 #include "tools/tessera-sql/HostServices.h"
+#include "tools/tessera-sql/ProgressLine.h"
 #include "tools/tessera-sql/StatementSplitter.h"
 #include "tools/tessera-sql/TableImporter.h"
 
@@ -238,9 +239,11 @@ bool Shell::runStatement(const QString& statement, QTextStream& screen, QTextStr
 
     // Live tables read through GDAL: its reasons belong to this statement.
     GdalMessages messages;
+    ProgressLine progress(d->engine->engineDatabase(), d->options.progress);
     QSqlQuery query(d->engine->engineDatabase());
     query.setForwardOnly(true);
     if (!query.exec(text)) {
+        progress.finish();
         d->report(err, messages.foldInto(query.lastError().databaseText()));
         return false;
     }
@@ -295,6 +298,7 @@ bool Shell::runStatement(const QString& statement, QTextStream& screen, QTextStr
         }
         return true;
     }
+    progress.finish();
     if (query.lastError().isValid()) {
         d->report(err, messages.foldInto(query.lastError().databaseText()));
         return false;

@@ -23,6 +23,7 @@ struct ShellOptions {
     bool timer = false;          // print each statement's elapsed time
     QString gisOutput;           // write each query's result to this GIS file instead
     QString gisDriver;           // GDAL driver for gisOutput (empty: by extension)
+    bool progress = false;       // a progress line on standard error for long statements
 };
 
 class Shell {

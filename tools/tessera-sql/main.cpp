@@ -121,6 +121,7 @@ int main(int argc, char* argv[])
     options.headers = !parser.isSet(noHeaderOption);
     options.bail = parser.isSet(bailOption);
     options.width = parser.isSet(fullOption) ? 0 : terminalWidth();
+    options.progress = isatty(fileno(stderr));
     options.gisOutput = parser.value(outputOption);
     options.gisDriver = parser.value(outputDriverOption);
     if (options.raw && options.translateOnly)

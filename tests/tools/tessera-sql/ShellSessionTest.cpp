@@ -441,7 +441,7 @@ TEST(TesseraSqlProgram, InteractiveSessionInATerminal)
     // Ctrl-C cancels a long statement and the table is still there.
     session.type(QLatin1String(longStatement) + QLatin1Char(';'));
     session.keys({QStringLiteral("Enter")});
-    QThread::msleep(1000);
+    ASSERT_TRUE(session.waitFor(QStringLiteral("running... "))) << "progress line: " << session.screen().toStdString();
     session.keys({QStringLiteral("C-c")});
     ASSERT_TRUE(session.waitFor(QStringLiteral("error: interrupted"))) << session.screen().toStdString();
     session.type(QStringLiteral("Select name From countries"));
