@@ -73,7 +73,7 @@ int main(int argc, char* argv[])
     const QCommandLineOption openOption({QStringLiteral("o"), QStringLiteral("open")},
         QStringLiteral("Open a GIS file as a table; NAME defaults to the file's base name."), QStringLiteral("PATH[=NAME]"));
     const QCommandLineOption formatOption(QStringLiteral("format"),
-        QStringLiteral("Output format: table (default), csv or json."), QStringLiteral("FORMAT"), QStringLiteral("table"));
+        QStringLiteral("Output format: table (default), csv, json or geojson (a FeatureCollection)."), QStringLiteral("FORMAT"), QStringLiteral("table"));
     const QCommandLineOption translateOption(QStringLiteral("translate"),
         QStringLiteral("Print the SQLite translation instead of running the query."));
     const QCommandLineOption rawOption(QStringLiteral("raw"),
@@ -114,16 +114,18 @@ int main(int argc, char* argv[])
     err.setCodec("UTF-8");
 
     ShellOptions options;
-    if (!parseOutputFormat(parser.value(formatOption), options.format))
-        return usageError(err, QStringLiteral("unknown output format '%1' (use table, csv or json)").arg(parser.value(formatOption)));
+    // GeoJSON is a GIS file written to standard output.
+    const bool geojson = parser.value(formatOption).compare(QLatin1String("geojson"), Qt::CaseInsensitive) == 0;
+    if (!geojson && !parseOutputFormat(parser.value(formatOption), options.format))
+        return usageError(err, QStringLiteral("unknown output format '%1' (use table, csv, json or geojson)").arg(parser.value(formatOption)));
     options.translateOnly = parser.isSet(translateOption);
     options.raw = parser.isSet(rawOption);
     options.headers = !parser.isSet(noHeaderOption);
     options.bail = parser.isSet(bailOption);
     options.width = parser.isSet(fullOption) ? 0 : terminalWidth();
     options.progress = isatty(fileno(stderr));
-    options.gisOutput = parser.value(outputOption);
-    options.gisDriver = parser.value(outputDriverOption);
+    options.gisOutput = geojson ? QStringLiteral("/vsistdout/") : parser.value(outputOption);
+    options.gisDriver = geojson ? QStringLiteral("GeoJSON") : parser.value(outputDriverOption);
     if (options.raw && options.translateOnly)
         return usageError(err, QStringLiteral("--raw and --translate exclude each other"));
     if (parser.positionalArguments().size() > 1)

@@ -18,6 +18,9 @@
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -529,6 +532,17 @@ TEST(TesseraSqlProgram, ResultsAsGisFiles)
             EXPECT_NEAR(a.bottom(), b.bottom(), 1e-6) << file << " " << name.toStdString();
         }
     }
+
+    // --format geojson prints a FeatureCollection.
+    const ProgramRun collection = runProgram({QStringLiteral("-o"), source, QStringLiteral("--format"), QStringLiteral("geojson"), QStringLiteral("-c"),
+                                              QStringLiteral("Select name, obj From countries Where iso_a3 In (\"LUX\", \"BEL\") Order By name")});
+    ASSERT_EQ(collection.status, 0) << collection.err.toStdString();
+    const QJsonObject json = QJsonDocument::fromJson(collection.out).object();
+    EXPECT_EQ(json.value(QStringLiteral("type")).toString(), QStringLiteral("FeatureCollection"));
+    const QJsonArray features = json.value(QStringLiteral("features")).toArray();
+    ASSERT_EQ(features.size(), 2);
+    EXPECT_EQ(features[0].toObject().value(QStringLiteral("properties")).toObject().value(QStringLiteral("name")).toString(), QStringLiteral("Belgium"));
+    EXPECT_EQ(features[1].toObject().value(QStringLiteral("geometry")).toObject().value(QStringLiteral("type")).toString(), QStringLiteral("Polygon"));
 
     const ProgramRun bad = runProgram({QStringLiteral("--output"), dir.filePath(QStringLiteral("out.nosuch")), QStringLiteral("-c"), QStringLiteral("Select 1")});
     EXPECT_EQ(bad.status, 1);
