@@ -352,13 +352,23 @@ TEST(TesseraSqlProgram, CtrlCStopsAScriptWithItsOwnStatus)
     QProcess process;
     process.start(QStringLiteral(TESSERA_SQL_PROGRAM),
                   {QStringLiteral("-o"), QStringLiteral(TESSERA_TEST_DATA "/countries.geojson"), QStringLiteral("-c"),
-                   QLatin1String(longStatement) + QLatin1String("; Select 1")});
+                   QLatin1String("Select \"ready\" As state; ") + QLatin1String(longStatement) + QLatin1String("; Select \"after\"")});
     ASSERT_TRUE(process.waitForStarted(10000));
-    QThread::msleep(1500);
+    // Ctrl-C once the long statement runs (before, it would end the program).
+    QByteArray out;
+    QElapsedTimer timer;
+    timer.start();
+    while (!out.contains("ready") && timer.elapsed() < 30000) {
+        process.waitForReadyRead(500);
+        out += process.readAllStandardOutput();
+    }
+    QThread::msleep(300);
     QProcess::execute(QStringLiteral("kill"), {QStringLiteral("-INT"), QString::number(process.processId())});
     ASSERT_TRUE(process.waitForFinished(30000)) << "the statement was not cancelled";
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(process.exitCode(), 130);
-    EXPECT_TRUE(process.readAllStandardOutput().isEmpty()) << "the script went on after Ctrl-C";
+    out += process.readAllStandardOutput();
+    EXPECT_FALSE(out.contains("after")) << "the script went on after Ctrl-C";
     EXPECT_TRUE(process.readAllStandardError().contains("interrupted"));
 }
 
