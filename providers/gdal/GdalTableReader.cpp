@@ -115,7 +115,7 @@ std::shared_ptr<dp::MemoryTable> GdalTableReader::read(const QString& path, cons
         throw GdalError(QStringLiteral("%1: no such file").arg(path).toStdString());
 
     CPLErrorReset();
-    Dataset dataset(GDALOpenEx(path.toUtf8().constData(), GDAL_OF_VECTOR | GDAL_OF_READONLY, nullptr, nullptr, nullptr));
+    Dataset dataset(GDALOpenEx(path.toUtf8().constData(), GDAL_OF_VECTOR | GDAL_OF_READONLY | GDAL_OF_VERBOSE_ERROR, nullptr, nullptr, nullptr));
     if (!dataset)
         throw GdalError(QStringLiteral("%1: not a readable vector file (%2)").arg(path, lastGdalError()).toStdString());
 

@@ -30,7 +30,7 @@ QString describeError(const sql::SqlError& error)
     }
 }
 
-QString describeSyntaxError(const std::string& text)
+QString describeSyntaxError(const std::string& text, int line, int column)
 {
     // The engine's own runtime refuses the operators it does not translate,
     // so parse with a runtime too: the reason then matches the engine's.
@@ -38,8 +38,18 @@ QString describeSyntaxError(const std::string& text)
     sql::SqlParser parser(&runtime);
     if (parser.parse(text) || parser.errors().empty())
         return QString();
-    // A parse error's text already starts with its line and column.
-    return QString::fromUtf8(parser.errors().front()->what());
+    // A parse error's text starts with its line and column in `text`.
+    const auto& error = *parser.errors().front();
+    QString message = QString::fromUtf8(error.what());
+    const auto* parse = dynamic_cast<const sql::ParseError*>(&error);
+    if (!parse || (line == 1 && column == 1))
+        return message;
+    const QString own = QStringLiteral("line %1, column %2: ").arg(parse->line()).arg(parse->column());
+    if (message.startsWith(own))
+        message.remove(0, own.size());
+    const int atLine = line + parse->line() - 1;
+    const int atColumn = parse->line() == 1 ? column + parse->column() - 1 : parse->column();
+    return QStringLiteral("line %1, column %2: ").arg(atLine).arg(atColumn) + message;
 }
 
 } // namespace tessera::shell

@@ -12,7 +12,8 @@ namespace tessera::shell {
 QString describeError(const sql::SqlError& error);
 
 // Where and why the parser rejects `text` ("line 1, column 8: ..."), or an
-// empty text when it parses.
-QString describeSyntaxError(const std::string& text);
+// empty text when it parses. `line` and `column` are where the text starts
+// in its script, so that the position is the script's.
+QString describeSyntaxError(const std::string& text, int line = 1, int column = 1);
 
 } // namespace tessera::shell

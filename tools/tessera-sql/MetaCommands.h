@@ -19,6 +19,7 @@ struct MetaContext {
     Shell& shell;
     QTextStream& out;
     QTextStream& err;
+    QString line;   // the whole command line, for commands that take text as it stands
 };
 
 struct MetaCommand {
@@ -33,12 +34,16 @@ struct MetaCommand {
 
 // Every command, in the order .help lists them.
 const std::vector<MetaCommand>& metaCommands();
+// The lines of .help: each command's usage and summary.
+QString metaCommandHelp();
 
 // Does `line` hold a meta-command?
 bool isMetaCommand(const QString& line);
 
 // The words of a meta-command line, the command first.
 QStringList metaCommandWords(const QString& line);
+// The text of the line after its first `count` words, trimmed, as it stands.
+QString metaCommandRest(const QString& line, int count);
 
 // Runs the meta-command on `line`. Unknown commands and wrong argument counts
 // are errors; false after any error (written to `err` as "error: ...").

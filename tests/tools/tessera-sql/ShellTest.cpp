@@ -52,7 +52,7 @@ protected:
     {
         const Outcome o = run(query);
         EXPECT_TRUE(o.ok) << query.toStdString() << ": " << o.err.toStdString();
-        const QStringList lines = o.out.split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+        const QStringList lines = o.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         EXPECT_EQ(lines.size(), 2) << o.out.toStdString();
         return lines.value(1);
     }
@@ -78,9 +78,12 @@ TEST_F(ShellTest, RunsDialectFunctionsThroughTheModule)
 
 TEST_F(ShellTest, ReportsTranslationErrorsAndStopsTheScript)
 {
+    ShellOptions bail;
+    bail.bail = true;
+    shell->setOptions(bail);
     const Outcome syntax = run(QStringLiteral("Select From Where; Select 1"));
     EXPECT_FALSE(syntax.ok);
-    EXPECT_TRUE(syntax.out.isEmpty()) << "the second statement must not run";
+    EXPECT_TRUE(syntax.out.isEmpty()) << "with --bail the second statement must not run";
     EXPECT_TRUE(syntax.err.startsWith(QStringLiteral("error: "))) << syntax.err.toStdString();
     EXPECT_TRUE(syntax.err.contains(QStringLiteral("column"))) << "the parser's position is shown: " << syntax.err.toStdString();
 
@@ -255,7 +258,7 @@ TEST_F(ShellTest, TranslateOnlyAndRawModes)
         // Plain SQLite: integer division, no dialect rewrite.
         ASSERT_TRUE(shell->runScript(QStringLiteral("Select 7 / 2 As q"), o, e)) << err.toStdString();
     }
-    EXPECT_EQ(out, QStringLiteral("q\r\n3\r\n"));
+    EXPECT_EQ(out, QStringLiteral("q\n3\n"));
 }
 
 TEST_F(ShellTest, GeometryQueriesOverHiddenColumns)
@@ -403,7 +406,7 @@ TEST(TesseraSqlProgram, ExitStatusOptionsAndStreams)
     // Statements from standard input, one per ';'.
     std::unique_ptr<QProcess> piped(runProgram({QStringLiteral("--format"), QStringLiteral("csv")}, "Select 1 As a;\nSelect \"x;y\" As b;\n"));
     EXPECT_EQ(piped->exitCode(), 0) << piped->readAllStandardError().toStdString();
-    EXPECT_EQ(piped->readAllStandardOutput(), QByteArray("a\r\n1\r\nb\r\nx;y\r\n"));
+    EXPECT_EQ(piped->readAllStandardOutput(), QByteArray("a\n1\nb\nx;y\n"));
 
     // A NUL byte is an error, in a file as on standard input, and nothing runs.
     const QByteArray withNul("Select 1 As a;\nSelect 2\0 As b;\nSelect 3 As c;\n", 46);
