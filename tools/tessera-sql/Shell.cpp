@@ -211,7 +211,7 @@ bool Shell::translate(const QString& statement, QString& sqlite, QString& error)
     }
     QStringList reasons;
     for (const auto& e : builder.errors())
-        reasons << describeError(*e);
+        reasons << describeError(*e, d->line, d->column);
     // A syntax error says where: parse again for the detailed message.
     const QString detail = describeSyntaxError(statement.toStdString(), d->line, d->column);
     if (!detail.isEmpty())

@@ -123,7 +123,9 @@ TEST_F(ShellSession, ScriptErrorsNameTheirLine)
         const char* error;
     } rows[] = {
         {"one line: position in the line", "Select 1 +", "line 1, column 11: expected an expression"},
-        {"third line of a script", "Select 1;\n-- note\nSelect Frobnicate(1);", "error: line 3: no such function: Frobnicate"},
+        {"third line of a script", "Select 1;\n-- note\nSelect Frobnicate(1);", "error: line 3, column 8: unknown or disallowed function: Frobnicate"},
+        {"a later statement on the line", "Select 1;\nSelect 2; Select Frob(3);", "error: line 2, column 18: unknown or disallowed function: Frob"},
+        {"the statement's line without a place", "Select 1;\nSelect * From nowhere;", "error: line 2: no such table: nowhere"},
         {"syntax error inside a later statement", "Select 1;\n\n  Select 2 +\n 3 +;", "line 4, column 5: expected an expression"},
         {"column after a statement on the same line", "Select 1;\nSelect 2; Select (;", "line 2, column 19: expected an expression"},
     };
@@ -176,7 +178,7 @@ TEST_F(ShellSession, MetaCommandHandlers)
     EXPECT_TRUE(o.out.endsWith(QStringLiteral(" ms\n"))) << o.out.toStdString();
     shell->setOptions(ShellOptions{});
 
-    // .output and .read
+    // .output and .read, as script lines
     QTemporaryDir dir;
     const QString results = dir.filePath(QStringLiteral("out.csv"));
     const QString script = dir.filePath(QStringLiteral("script.sql"));
@@ -184,24 +186,38 @@ TEST_F(ShellSession, MetaCommandHandlers)
     ASSERT_TRUE(scriptFile.open(QIODevice::WriteOnly));
     scriptFile.write("Select 1 As a;\n\nSelect Frob(2);\n");
     scriptFile.close();
-    QString error;
-    ASSERT_TRUE(shell->setOutput(results, error)) << error.toStdString();
-    QString screen, errors;
-    QTextStream out(&screen), err(&errors);
-    ShellOptions csv;
-    csv.format = OutputFormat::Csv;
-    shell->setOptions(csv);
-    EXPECT_FALSE(shell->readScript(script, out, err));
-    ASSERT_TRUE(shell->setOutput(QString(), error));
-    err.flush();
-    EXPECT_TRUE(errors.contains(QStringLiteral("error: line 3: no such function: Frob"))) << errors.toStdString();
+    o = run(QStringLiteral(".output '%1'\n.read '%2'\n.output\nSelect 3 As c").arg(results, script));
+    EXPECT_FALSE(o.ok);
+    EXPECT_TRUE(o.err.contains(QStringLiteral("error: line 3, column 8: unknown or disallowed function: Frob"))) << o.err.toStdString();
+    EXPECT_EQ(o.out, QStringLiteral("c\n3\n")) << "after .output alone the results come back";
     QFile written(results);
     ASSERT_TRUE(written.open(QIODevice::ReadOnly));
     EXPECT_EQ(written.readAll(), QByteArray("a\n1\n"));
-    EXPECT_TRUE(screen.isEmpty());
+    QString error;
     EXPECT_FALSE(shell->setOutput(dir.filePath(QStringLiteral("no/such/dir/x.csv")), error));
-    EXPECT_FALSE(shell->readScript(dir.filePath(QStringLiteral("missing.sql")), out, err));
+    o = run(QStringLiteral(".read '%1'").arg(dir.filePath(QStringLiteral("missing.sql"))));
+    EXPECT_TRUE(o.err.contains(QStringLiteral("cannot read"))) << o.err.toStdString();
+    // A script that reads itself stops instead of exhausting the stack.
+    const QString loop = dir.filePath(QStringLiteral("loop.sql"));
+    QFile loopFile(loop);
+    ASSERT_TRUE(loopFile.open(QIODevice::WriteOnly));
+    loopFile.write(QStringLiteral(".read '%1'\n").arg(loop).toUtf8());
+    loopFile.close();
+    o = run(QStringLiteral(".read '%1'").arg(loop));
+    EXPECT_FALSE(o.ok);
+    EXPECT_TRUE(o.err.contains(QStringLiteral("nested more than 16 deep"))) << o.err.toStdString();
 
+    // .export: the next query's result to a GIS file, read back through GDAL.
+    const QString exported = dir.filePath(QStringLiteral("germany.geojson"));
+    o = run(QStringLiteral(".export '%1'\nSelect name, obj From countries Where iso_a3 = \"DEU\";\nSelect 4 As d").arg(exported));
+    ASSERT_TRUE(o.ok) << o.err.toStdString();
+    EXPECT_EQ(o.out, QStringLiteral("d\n4\n")) << "only the next query goes to the file";
+    const auto germany = tessera::providers::GdalTableReader::read(exported);
+    ASSERT_NE(germany, nullptr);
+    EXPECT_EQ(germany->featureCount(), 1);
+
+    QString screen, errors;
+    QTextStream err(&errors);
     // .eval over a table of the catalog
     auto* catalog = tessera::Core::instance()->findService<tessera::dp::DataCatalogWithSelection>();
     ASSERT_NE(catalog, nullptr);
@@ -214,12 +230,12 @@ TEST_F(ShellSession, MetaCommandHandlers)
     parcel.setGeometry(1, std::make_shared<tessera::geometry::Polygon>(QVector<tessera::geometry::Ring>{{{0, 0}, {3, 0}, {3, 2}, {0, 2}, {0, 0}}}));
     ASSERT_TRUE(table->insertFeature(parcel).isValid());
     ASSERT_TRUE(catalog->addDataObject(table));
-    QString evaluated;
-    QTextStream evalOut(&evaluated);
-    ASSERT_TRUE(shell->evaluate(QStringLiteral("parcels"), QStringLiteral("Upper(owner) & \" \" & CartesianArea(obj, \"sq m\")"), evalOut, err))
-        << errors.toStdString();
-    evalOut.flush();
+    // The expression is the rest of the line as written, quotes included.
+    o = run(QStringLiteral(".eval parcels Upper(owner) & \" \" & CartesianArea(obj, \"sq m\")"));
+    ASSERT_TRUE(o.ok) << o.err.toStdString();
+    const QString evaluated = o.out;
     EXPECT_EQ(evaluated.section(QLatin1Char('\n'), 1, 1).section(QLatin1Char(','), 1), QStringLiteral("O'HARA 6.0")) << evaluated.toStdString();
+    QTextStream evalOut(&screen);
     EXPECT_FALSE(shell->evaluate(QStringLiteral("nowhere"), QStringLiteral("1"), evalOut, err));
     EXPECT_FALSE(shell->evaluate(QStringLiteral("parcels"), QStringLiteral("Select 1"), evalOut, err)) << "not an expression";
     catalog->closeDataObject(table->id());
@@ -302,7 +318,7 @@ TEST(TesseraSqlProgram, ScriptingOptionsAndExitStatus)
         const char* err;
     } rows[] = {
         {"a failing statement does not stop the script", {"--format", "csv"}, "Select 1 As a;\nSelect Frob(1);\nSelect 2 As b;\n",
-         1, "a\n1\nb\n2\n", "error: line 2: no such function: Frob"},
+         1, "a\n1\nb\n2\n", "error: line 2, column 8: unknown or disallowed function: Frob"},
         {"--bail stops there", {"--format", "csv", "--bail"}, "Select 1 As a;\nSelect Frob(1);\nSelect 2 As b;\n",
          1, "a\n1\n", "line 2"},
         {"--no-header", {"--format", "csv", "--no-header", "-c", "Select 1 As a, \"x\" As b"}, {}, 0, "1,x\n", ""},
@@ -311,6 +327,9 @@ TEST(TesseraSqlProgram, ScriptingOptionsAndExitStatus)
         {"unknown format", {"--format", "xml", "-c", "Select 1"}, {}, 2, "", "unknown output format"},
         {"GDAL's reason instead of 'unknown error'", {"-o", TESSERA_TEST_DATA "/README.md", "-c", "Select 1"}, {}, 1, "",
          "not recognized as a supported file format"},
+        {".exit leaves, the rest is not run", {"--format", "csv"}, "Select 1 As a;\n.exit\nSelect 2 As b;\n", 0, "a\n1\n", ""},
+        {"meta-commands from standard input", {}, ".mode csv\n.headers off\nSelect 1;\n", 0, "1\n", ""},
+        {".quit in -c", {"--format", "csv", "-c", ".quit", "-c", "Select 1"}, {}, 0, "", ""},
         {"pipes keep going after an unfinished statement", {"--format", "csv"}, "Select 1 As a; Select", 1, "a\n1\n", "line 1, column 22"},
     };
     for (const auto& row : rows) {

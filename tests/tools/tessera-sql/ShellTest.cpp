@@ -204,11 +204,11 @@ TEST_F(ShellTest, RownumPositionOverAnAsterisk)
         const char* query;
         const char* expected;
     } cases[] = {
-        {"column name in UTF-8", "Select *, rownum From people Order By 2", "2,а,1\r\n3,б,2\r\n1,в,3\r\n"},
+        {"column name in UTF-8", "Select *, rownum From people Order By 2", "2,а,1\n3,б,2\n1,в,3\n"},
         {"self-join", "Select *, rownum From people x, people y Where x.n = y.n Order By 4 Desc",
-         "1,в,1,в,1\r\n3,б,3,б,2\r\n2,а,2,а,3\r\n"},
+         "1,в,1,в,1\n3,б,3,б,2\n2,а,2,а,3\n"},
         {"aliased expression", "Select *, -n As n, rownum From people Order By 3",
-         "3,б,-3,1\r\n2,а,-2,2\r\n1,в,-1,3\r\n"},
+         "3,б,-3,1\n2,а,-2,2\n1,в,-1,3\n"},
     };
     for (const auto& c : cases) {
         const Outcome o = run(QString::fromUtf8(c.query));
@@ -340,7 +340,7 @@ TEST_F(ShellTest, MetaCommands)
         {"unknown index", ".dropindex meta_countries 999", false, "", "table meta_countries has no index 999"},
         {"unknown command", ".nothing", false, "", "unknown command .nothing"},
         {"argument count", ".dropindex meta_countries", false, "", "usage: .dropindex TABLE INDEX"},
-        {"between statements", "Select 1 As a;\n  .operators\nSelect 2 As b", true, "a\r\n1\r\n1\n2\n", ""},
+        {"between statements", "Select 1 As a;\n  .operators\nSelect 2 As b", true, "a\n1\n1\n2\n", ""},
         {"inside a string", "Select 'x\n.operators' As t", true, "\"x\n.operators\"", ""},
     };
     for (const Case& c : cases) {
@@ -386,6 +386,38 @@ QProcess* runProgram(const QStringList& arguments, const QByteArray& input = QBy
     process->closeWriteChannel();
     process->waitForFinished(60000);
     return process;
+}
+
+TEST_F(ShellTest, OutputMetaCommands)
+{
+    const struct {
+        const char* name;
+        const char* script;
+        bool ok;
+        const char* out;   // how the output starts
+        const char* err;   // a part of the error
+    } cases[] = {
+        {"headers off", ".headers off\nSelect 5 As a", true, "5\n", ""},
+        {"headers on again", ".headers off\n.headers ON\nSelect 5 As a", true, "a\n5\n", ""},
+        {"headers: not a switch", ".headers maybe", false, "", "expected on or off, not 'maybe'"},
+        {"null value", ".nullvalue '(null)'\nSelect Null As n, 1 As m", true, "n,m\n(null),1\n", ""},
+        {"timer", ".timer on\nSelect 1 As a", true, "a\n1\nTime: ", ""},
+        {"mode json", ".mode json\nSelect 1 As a", true, "[", ""},
+        {"mode table", ".mode table\nSelect 1 As a", true, "a", ""},
+        {"mode unknown", ".mode xml", false, "", "unknown output format 'xml'"},
+        {"help lists the new commands", ".help", true, ".dropindex", ""},
+    };
+    for (const auto& c : cases) {
+        shell->setOptions(ShellOptions{});
+        const Outcome o = run(QString::fromUtf8(c.script));
+        EXPECT_EQ(o.ok, c.ok) << c.name << ": " << o.err.toStdString();
+        const QString start = QString::fromUtf8(c.out);
+        EXPECT_EQ(o.out.left(start.size()), start) << c.name << ": " << o.out.toStdString();
+        EXPECT_TRUE(o.err.contains(QString::fromUtf8(c.err))) << c.name << ": " << o.err.toStdString();
+    }
+    const QString help = run(QStringLiteral(".help")).out;
+    for (const char* command : {".mode", ".headers", ".nullvalue", ".timer", ".output", ".read", ".eval", ".export", ".quit", ".exit"})
+        EXPECT_TRUE(help.contains(QLatin1Char('\n') + QLatin1String(command) + QLatin1Char(' '))) << command;
 }
 
 TEST(TesseraSqlProgram, ExitStatusOptionsAndStreams)
