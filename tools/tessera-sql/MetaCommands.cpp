@@ -306,12 +306,6 @@ QString metaCommandHelp()
     return text;
 }
 
-bool isMetaCommand(const QString& line)
-{
-    const QString trimmed = line.trimmed();
-    return trimmed.size() > 1 && trimmed.front() == '.' && trimmed.at(1).isLetter();
-}
-
 namespace {
 
 // The words of `text` with where each ends in it.

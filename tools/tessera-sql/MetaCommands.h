@@ -1,7 +1,7 @@
 #pragma once
 // The shell's meta-commands, as in the sqlite3 shell: a line whose first
-// non-blank character is '.' (outside a statement) is one command, its words
-// split at blanks ("..." or '...' keep blanks inside a word). Every command
+// non-blank character is '.' (outside a statement; StatementSplitter.h finds
+// them) is one command, its words split at blanks ("..." or '...' keep blanks inside a word). Every command
 // is one row of the table in MetaCommands.cpp: name, usage, a line of help
 // and the handler. A new command is a new row.
 
@@ -36,9 +36,6 @@ struct MetaCommand {
 const std::vector<MetaCommand>& metaCommands();
 // The lines of .help: each command's usage and summary.
 QString metaCommandHelp();
-
-// Does `line` hold a meta-command?
-bool isMetaCommand(const QString& line);
 
 // The words of a meta-command line, the command first.
 QStringList metaCommandWords(const QString& line);
