@@ -5,7 +5,8 @@ set -euo pipefail
 
 packages=(
   build-essential cmake pkg-config git ccache
-  qtbase5-dev libqt5sql5-sqlite
+  qtbase5-dev libqt5sql5-sqlite qttools5-dev-tools qttools5-dev
+  libedit-dev tmux
   libsqlite3-dev libspatialite-dev
   libgeos-dev libproj-dev proj-data libgeographiclib-dev
   libgdal-dev libboost-dev

@@ -2,9 +2,11 @@
 
 #include "engine/EngineCache.h"
 #include "engine/functions/ValueConversions.h"
+#include "engine/translation/SpatiaLiteFunctions.h"
 #include "platform/dp/DataCatalogWithSelection.h"
 #include "platform/dp/Selection.h"
 #include "platform/dp/Table.h"
+#include "platform/sql/FunctionName.h"
 #include "platform/sql/SingleTypeVisitor.h"
 #include "platform/sql/SqlStrings.h"
 
@@ -111,6 +113,16 @@ std::string placeText(int line, int column)
     if (line <= 0)
         return {};
     return "line " + std::to_string(line) + ", column " + std::to_string(column) + ": ";
+}
+
+// The catalogue writes the engine's own functions with capitals ("Centroid")
+// and SQLite's and SpatiaLite's in lower case ("centroid").
+bool isEngineFunction(const Function& node)
+{
+    const int value = node.attribute() ? node.attribute()
+                                       : static_cast<int>(sql::FunctionNameInfo::find(QString::fromStdWString(node.name())));
+    const std::string name = sql::FunctionNameInfo::name(value);
+    return std::any_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
 }
 
 std::size_t countBefore(const std::wstring& text, const std::wstring& what, std::size_t limit)
@@ -524,10 +536,32 @@ void SqliteStringBuilder::visit(const Function& node)
         if (unsupported.insert(name).second)
             unsupportedPlaces.emplace(name, std::make_pair(node.line(), node.column()));
     }
-    if (renamed.empty())
-        sql::SqlStringBuilder::visit(node);
-    else
+    if (!renamed.empty())
         sql::SqlStringBuilder::visit(node.renamed(renamed));
+    else if (!(node.flags() & Function::Asterisk) && !node.args().empty() && spatiaLiteFunctionNames().count(lowered)
+             && !isEngineFunction(node))
+        spatiaLiteCall(node);
+    else
+        sql::SqlStringBuilder::visit(node);
+}
+
+void SqliteStringBuilder::spatiaLiteCall(const Function& node)
+{
+    // SpatiaLite reads only its own blobs: each argument is converted on the
+    // way in (other values pass unchanged).
+    std::wstring text = node.name() + L"(";
+    if (node.flags() & Function::Distinct)
+        text += L"Distinct ";
+    const wchar_t* separator = L"";
+    for (const auto& argument : node.args()) {
+        text += separator;
+        // Literals cannot be geometries.
+        const bool literal = dynamic_cast<const sql::ast::Number*>(argument.get())
+            || dynamic_cast<const sql::ast::String*>(argument.get()) || dynamic_cast<const sql::ast::NullValue*>(argument.get());
+        text += literal ? textOf(argument) : L"TesGeoToSpatiaLite(" + textOf(argument) + L")";
+        separator = L", ";
+    }
+    push(text + L")");
 }
 
 // ---- row numbers ------------------------------------------------------------------

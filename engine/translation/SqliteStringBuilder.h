@@ -148,6 +148,8 @@ private:
     bool selectedTerm(const sql::ast::NodeList& selectList, std::size_t position, std::wstring& out);
 
     bool isSelectionName(const std::wstring& name) const;
+    // A call of SpatiaLite's with the engine's geometry converted for it.
+    void spatiaLiteCall(const sql::ast::Function& node);
     bool isOutermost() const { return scopes.size() <= 1; }
     void recordDependency(const std::wstring& name, const std::wstring& alias);
     std::wstring chainCall(const wchar_t* function, const sql::ast::Operation& node);

@@ -2,6 +2,7 @@
 
 #include "engine/geometry/GeometryFunctions.h"
 #include "engine/geometry/GeometryMeasureFunctions.h"
+#include "engine/geometry/SpatiaLiteArgument.h"
 
 namespace tessera::modules {
 
@@ -71,6 +72,8 @@ std::vector<FunctionEntry> geometryFunctions()
         {"retrievetablecs", 1, Volatile, retrieveTableCS},
         {"totesgeo", -1, Pure, toTesGeo},
         {"fromtesgeo", 1, Pure, fromTesGeo},
+        // Emitted by the translator around the arguments of SpatiaLite calls.
+        {"tesgeotospatialite", 1, Pure, tesGeoToSpatiaLite},
         {"transformtotesgeo", -1, Pure, transformToTesGeo},
         {"transformtoslgeo", -1, Pure, transformToSLGeo},
         {"frommif", -1, Volatile, fromMifGeo},

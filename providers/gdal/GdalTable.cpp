@@ -79,7 +79,7 @@ struct GdalTable::Private {
         CPLErrorReset();
         auto handle = std::make_unique<Handle>();
         handle->dataset.reset(GDALOpenEx(source.toUtf8().constData(),
-                                         GDAL_OF_VECTOR | (forUpdate ? GDAL_OF_UPDATE : GDAL_OF_READONLY),
+                                         GDAL_OF_VECTOR | GDAL_OF_VERBOSE_ERROR | (forUpdate ? GDAL_OF_UPDATE : GDAL_OF_READONLY),
                                          nullptr, optionList.data(), nullptr));
         if (!handle->dataset)
             throw GdalError(QStringLiteral("%1: not a readable vector source (%2)").arg(source, gdal::lastGdalError()).toStdString());

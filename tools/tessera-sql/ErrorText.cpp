@@ -4,19 +4,29 @@
 #include "platform/sql/SqlParser.h"
 #include "platform/sql/SqlRuntime.h"
 
+#include <QRegularExpression>
+
 namespace tessera::shell {
 
-QString describeError(const sql::SqlError& error)
+namespace {
+
+// "line L, column C: " of a place in a statement that starts at `line`,
+// `column` of its script.
+QString placeText(int atLine, int atColumn, int line, int column)
+{
+    return QStringLiteral("line %1, column %2: ").arg(line + atLine - 1).arg(atLine == 1 ? column + atColumn - 1 : atColumn);
+}
+
+} // namespace
+
+QString describeError(const sql::SqlError& error, int line, int column)
 {
     const QString text = QString::fromUtf8(error.what());
     switch (error.errorType()) {
     case sql::UnknownFunctionType: {
         const auto* unknown = dynamic_cast<const sql::UnknownFunction*>(&error);
         if (unknown && unknown->line() > 0)
-            return QStringLiteral("line %1, column %2: unknown or disallowed function: %3")
-                .arg(unknown->line())
-                .arg(unknown->column())
-                .arg(text);
+            return placeText(unknown->line(), unknown->column(), line, column) + QStringLiteral("unknown or disallowed function: ") + text;
         return QStringLiteral("unknown or disallowed function: %1").arg(text);
     }
     case sql::SelectionTableIsAbsentType:
@@ -25,12 +35,18 @@ QString describeError(const sql::SqlError& error)
         return QStringLiteral("a query cannot be ordered by rownum");
     case sql::UnexpectedParseResultType:
         return QStringLiteral("wrong kind of text, expected: %1").arg(text);
-    default:
-        return text;
+    default: {
+        // The translator's own texts may start with their place.
+        static const QRegularExpression place(QStringLiteral("^line (\\d+), column (\\d+): "));
+        const QRegularExpressionMatch match = place.match(text);
+        if (!match.hasMatch())
+            return text;
+        return placeText(match.captured(1).toInt(), match.captured(2).toInt(), line, column) + text.mid(match.capturedLength());
+    }
     }
 }
 
-QString describeSyntaxError(const std::string& text)
+QString describeSyntaxError(const std::string& text, int line, int column)
 {
     // The engine's own runtime refuses the operators it does not translate,
     // so parse with a runtime too: the reason then matches the engine's.
@@ -38,8 +54,16 @@ QString describeSyntaxError(const std::string& text)
     sql::SqlParser parser(&runtime);
     if (parser.parse(text) || parser.errors().empty())
         return QString();
-    // A parse error's text already starts with its line and column.
-    return QString::fromUtf8(parser.errors().front()->what());
+    // A parse error's text starts with its line and column in `text`.
+    const auto& error = *parser.errors().front();
+    QString message = QString::fromUtf8(error.what());
+    const auto* parse = dynamic_cast<const sql::ParseError*>(&error);
+    if (!parse || (line == 1 && column == 1))
+        return message;
+    const QString own = QStringLiteral("line %1, column %2: ").arg(parse->line()).arg(parse->column());
+    if (message.startsWith(own))
+        message.remove(0, own.size());
+    return placeText(parse->line(), parse->column(), line, column) + message;
 }
 
 } // namespace tessera::shell

@@ -9,7 +9,9 @@
 #include "tools/tessera-sql/ResultPrinter.h"
 #include "tools/tessera-sql/Shell.h"
 
+#include <QPair>
 #include <QTextStream>
+#include <QVector>
 #include <algorithm>
 #include <exception>
 
@@ -205,7 +207,12 @@ bool openSource(MetaContext& context, const QStringList& arguments)
             return fail(context, QStringLiteral("usage: .open PATH [NAME] [KEY=VALUE ...]"));
     }
     QString error;
-    return context.shell.openFile(arguments.front(), name, openOptions, error) || fail(context, error);
+    if (!context.shell.openFile(arguments.front(), name, openOptions, error))
+        return fail(context, error);
+    if (!error.isEmpty())
+        context.err << "warning: " << error << '\n';
+    context.err.flush();
+    return true;
 }
 
 bool listTables(MetaContext& context, const QStringList&)
@@ -235,8 +242,92 @@ bool showSchema(MetaContext& context, const QStringList& arguments)
 
 bool help(MetaContext& context, const QStringList&)
 {
-    for (const MetaCommand& command : metaCommands())
-        context.out << QString::fromUtf8(command.usage).leftJustified(36) << ' ' << command.summary << '\n';
+    context.out << metaCommandHelp();
+    return true;
+}
+
+// "on" or "off" into `value`; an error otherwise.
+bool onOff(MetaContext& context, const QString& word, bool& value)
+{
+    if (word.compare(QLatin1String("on"), Qt::CaseInsensitive) != 0 && word.compare(QLatin1String("off"), Qt::CaseInsensitive) != 0)
+        return fail(context, QStringLiteral("expected on or off, not '%1'").arg(word));
+    value = word.compare(QLatin1String("on"), Qt::CaseInsensitive) == 0;
+    return true;
+}
+
+// GeoJSON is a GIS file written to standard output, as --format geojson.
+const QString geoJsonOutput = QStringLiteral("/vsistdout/");
+
+bool mode(MetaContext& context, const QStringList& arguments)
+{
+    ShellOptions options = context.shell.options();
+    if (arguments.front().compare(QLatin1String("geojson"), Qt::CaseInsensitive) == 0) {
+        options.gisOutput = geoJsonOutput;
+        options.gisDriver = QStringLiteral("GeoJSON");
+    } else {
+        if (!parseOutputFormat(arguments.front(), options.format))
+            return fail(context, QStringLiteral("unknown output format '%1' (use table, csv, json or geojson)").arg(arguments.front()));
+        if (options.gisOutput == geoJsonOutput) {
+            options.gisOutput.clear();
+            options.gisDriver.clear();
+        }
+    }
+    context.shell.setOptions(options);
+    return true;
+}
+
+bool headers(MetaContext& context, const QStringList& arguments)
+{
+    ShellOptions options = context.shell.options();
+    if (!onOff(context, arguments.front(), options.headers))
+        return false;
+    context.shell.setOptions(options);
+    return true;
+}
+
+bool timer(MetaContext& context, const QStringList& arguments)
+{
+    ShellOptions options = context.shell.options();
+    if (!onOff(context, arguments.front(), options.timer))
+        return false;
+    context.shell.setOptions(options);
+    return true;
+}
+
+bool nullValue(MetaContext& context, const QStringList& arguments)
+{
+    ShellOptions options = context.shell.options();
+    options.nullValue = arguments.front();
+    context.shell.setOptions(options);
+    return true;
+}
+
+bool output(MetaContext& context, const QStringList& arguments)
+{
+    QString error;
+    return context.shell.setOutput(arguments.value(0), error) || fail(context, error);
+}
+
+bool read(MetaContext& context, const QStringList& arguments)
+{
+    return context.shell.readScript(arguments.front(), context.out, context.err);
+}
+
+bool eval(MetaContext& context, const QStringList& arguments)
+{
+    // The expression as written: its quotes belong to the dialect.
+    return context.shell.evaluate(arguments.front(), metaCommandRest(context.line, 2), context.out, context.err);
+}
+
+bool exportNext(MetaContext& context, const QStringList& arguments)
+{
+    context.shell.exportNext(arguments.front(), arguments.value(1));
+    return true;
+}
+
+bool quit(MetaContext& context, const QStringList&)
+{
+    context.shell.quit();
     return true;
 }
 
@@ -247,29 +338,43 @@ const std::vector<MetaCommand>& metaCommands()
     static const std::vector<MetaCommand> commands = {
         {".close", ".close NAME", "close a table (its virtual table is dropped)", 1, 1, closeSource},
         {".dropindex", ".dropindex TABLE INDEX", "drop an index built with .index", 2, 2, dropIndex},
+        {".eval", ".eval TABLE EXPRESSION", "the expression's value for every feature of a table, by id", 2, -1, eval},
+        {".exit", ".exit", "leave the shell (the rest of the input is not run)", 0, 0, quit},
+        {".export", ".export PATH [FORMAT]", "write the next query's result to a GIS file (GDAL driver FORMAT)", 1, 2, exportNext},
         {".functions", ".functions [MASK]", "the dialect functions available (1 scalar, 2 aggregate, 8 window)", 0, 1, functions},
+        {".headers", ".headers on|off", "column headers in table and csv output", 1, 1, headers},
         {".help", ".help", "this list", 0, 0, help},
         {".index", ".index TABLE COLUMN[,COLUMN...]", "build and fill an index over columns of an open table", 2, -1, index},
         {".indexes", ".indexes [TABLE]", "the indices with their columns and rows", 0, 1, indexes},
+        {".mode", ".mode table|csv|json|geojson", "the output format", 1, 1, mode},
+        {".nullvalue", ".nullvalue TEXT", "the text shown for NULL (\"\" for the format's own)", 1, 1, nullValue},
         {".open", ".open PATH [NAME] [KEY=VALUE ...]", "open a GIS source as a live table (KEY=VALUE: GDAL open options)", 1, -1, openSource},
         {".operators", ".operators", "the operation codes the engine translates", 0, 0, operators},
+        {".output", ".output [FILE]", "results to FILE from now on; without FILE back to standard output", 0, 1, output},
+        {".quit", ".quit", "leave the shell (the rest of the input is not run)", 0, 0, quit},
+        {".read", ".read FILE", "run the statements and commands of a script file", 1, 1, read},
         {".rename", ".rename OLD NEW", "rename a table", 2, 2, renameSource},
         {".schema", ".schema [NAME]", "the columns of a table, or of every table", 0, 1, showSchema},
         {".tables", ".tables", "the tables of the catalog", 0, 0, listTables},
+        {".timer", ".timer on|off", "the elapsed time after each statement", 1, 1, timer},
     };
     return commands;
 }
 
-bool isMetaCommand(const QString& line)
+QString metaCommandHelp()
 {
-    const QString trimmed = line.trimmed();
-    return trimmed.size() > 1 && trimmed.front() == '.' && trimmed.at(1).isLetter();
+    QString text;
+    for (const MetaCommand& command : metaCommands())
+        text += QString::fromUtf8(command.usage).leftJustified(36) + QLatin1Char(' ') + QString::fromUtf8(command.summary) + QLatin1Char('\n');
+    return text;
 }
 
-QStringList metaCommandWords(const QString& line)
+namespace {
+
+// The words of `text` with where each ends in it.
+QVector<QPair<QString, int>> wordsWithEnds(const QString& text)
 {
-    QStringList words;
-    const QString text = line.trimmed();
+    QVector<QPair<QString, int>> words;
     int i = 0;
     while (i < text.size()) {
         if (text.at(i).isSpace()) {
@@ -286,14 +391,31 @@ QStringList metaCommandWords(const QString& line)
             while (i < text.size() && !text.at(i).isSpace())
                 word += text.at(i++);
         }
-        words << word;
+        words.push_back({word, std::min<int>(i, text.size())});
     }
     return words;
 }
 
+} // namespace
+
+QStringList metaCommandWords(const QString& line)
+{
+    QStringList words;
+    for (const auto& word : wordsWithEnds(line.trimmed()))
+        words << word.first;
+    return words;
+}
+
+QString metaCommandRest(const QString& line, int count)
+{
+    const QString text = line.trimmed();
+    const auto words = wordsWithEnds(text);
+    return count <= 0 ? text : count > words.size() ? QString() : text.mid(words[count - 1].second).trimmed();
+}
+
 bool runMetaCommand(Shell& shell, const QString& line, QTextStream& out, QTextStream& err)
 {
-    MetaContext context{shell, out, err};
+    MetaContext context{shell, out, err, line};
     const QStringList words = metaCommandWords(line);
     const QString name = words.value(0);
     const auto& commands = metaCommands();

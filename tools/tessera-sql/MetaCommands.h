@@ -1,7 +1,7 @@
 #pragma once
 // The shell's meta-commands, as in the sqlite3 shell: a line whose first
-// non-blank character is '.' (outside a statement) is one command, its words
-// split at blanks ("..." or '...' keep blanks inside a word). Every command
+// non-blank character is '.' (outside a statement; StatementSplitter.h finds
+// them) is one command, its words split at blanks ("..." or '...' keep blanks inside a word). Every command
 // is one row of the table in MetaCommands.cpp: name, usage, a line of help
 // and the handler. A new command is a new row.
 
@@ -19,6 +19,7 @@ struct MetaContext {
     Shell& shell;
     QTextStream& out;
     QTextStream& err;
+    QString line;   // the whole command line, for commands that take text as it stands
 };
 
 struct MetaCommand {
@@ -33,12 +34,13 @@ struct MetaCommand {
 
 // Every command, in the order .help lists them.
 const std::vector<MetaCommand>& metaCommands();
-
-// Does `line` hold a meta-command?
-bool isMetaCommand(const QString& line);
+// The lines of .help: each command's usage and summary.
+QString metaCommandHelp();
 
 // The words of a meta-command line, the command first.
 QStringList metaCommandWords(const QString& line);
+// The text of the line after its first `count` words, trimmed, as it stands.
+QString metaCommandRest(const QString& line, int count);
 
 // Runs the meta-command on `line`. Unknown commands and wrong argument counts
 // are errors; false after any error (written to `err` as "error: ...").

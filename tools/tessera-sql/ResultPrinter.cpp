@@ -48,7 +48,7 @@ QString pad(const QString& s, int w, bool right)
     return right ? fill + s : s + fill;
 }
 
-void printTable(QTextStream& out, const ResultSet& r)
+void printTable(QTextStream& out, const ResultSet& r, bool headers)
 {
     const int n = r.columns.size();
     QVector<int> widths(n);
@@ -63,7 +63,8 @@ void printTable(QTextStream& out, const ResultSet& r)
         header << pad(r.columns[c], widths[c], false);
         rule << QString(widths[c], '-');
     }
-    out << header.join(QLatin1String(" | ")) << '\n' << rule.join(QLatin1String("-+-")) << '\n';
+    if (headers)
+        out << header.join(QLatin1String(" | ")) << '\n' << rule.join(QLatin1String("-+-")) << '\n';
     for (const auto& row : r.rows) {
         QStringList line;
         for (int c = 0; c < n; ++c) {
@@ -84,17 +85,19 @@ QString csvField(const QString& s)
     return '"' + q + '"';
 }
 
-void printCsv(QTextStream& out, const ResultSet& r)
+void printCsv(QTextStream& out, const ResultSet& r, bool headers)
 {
-    QStringList header;
-    for (const auto& c : r.columns)
-        header << csvField(c);
-    out << header.join(',') << "\r\n";
+    if (headers) {
+        QStringList header;
+        for (const auto& c : r.columns)
+            header << csvField(c);
+        out << header.join(',') << '\n';
+    }
     for (const auto& row : r.rows) {
         QStringList line;
         for (const auto& v : row)
             line << csvField(cellText(v));
-        out << line.join(',') << "\r\n";
+        out << line.join(',') << '\n';
     }
 }
 
@@ -166,11 +169,11 @@ bool parseOutputFormat(const QString& name, OutputFormat& format)
     return true;
 }
 
-void printResult(QTextStream& out, const ResultSet& result, OutputFormat format)
+void printResult(QTextStream& out, const ResultSet& result, OutputFormat format, bool headers)
 {
     switch (format) {
-    case OutputFormat::Table: printTable(out, result); break;
-    case OutputFormat::Csv: printCsv(out, result); break;
+    case OutputFormat::Table: printTable(out, result, headers); break;
+    case OutputFormat::Csv: printCsv(out, result, headers); break;
     case OutputFormat::Json: printJson(out, result); break;
     }
 }

@@ -22,6 +22,7 @@ struct ResultSet {
 // Parses "table", "csv" or "json"; false for anything else.
 bool parseOutputFormat(const QString& name, OutputFormat& format);
 
-void printResult(QTextStream& out, const ResultSet& result, OutputFormat format);
+// CSV lines end in LF. Without `headers`, tables and CSV start with the rows.
+void printResult(QTextStream& out, const ResultSet& result, OutputFormat format, bool headers = true);
 
 } // namespace tessera::shell

@@ -2,23 +2,34 @@
 
 #include "engine/Engine.h"
 #include "engine/EngineCache.h"
+#include "engine/expression/EngineExpression.h"
 #include "engine/geometry/GeometryConversions.h"
 #include "engine/translation/SqliteStringBuilder.h"
 #include "modules/functions/FunctionModule.h"
 #include "modules/tables/TableAdapterExtension.h"
 #include "modules/tables/TableAdapterModule.h"
 #include "platform/core/Core.h"
-#include "platform/dp/DataCatalog.h"
+#include "platform/dp/DataCatalogWithSelection.h"
+#include "platform/dp/GeometryValue.h"
 #include "platform/dp/Table.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
 #include "providers/gdal/GdalTable.h"
+#include "tools/tessera-sql/CellAbbreviation.h"
 #include "tools/tessera-sql/ErrorText.h"
+#include "tools/tessera-sql/GdalMessages.h"
 #include "tools/tessera-sql/GeometryText.h"
+#include "tools/tessera-sql/GisWriter.h"
+#include "tools/tessera-sql/HeaderText.h"
+#include "tools/tessera-sql/HostServices.h"
 #include "tools/tessera-sql/MetaCommands.h"
+#include "tools/tessera-sql/ProgressLine.h"
 #include "tools/tessera-sql/StatementSplitter.h"
 
+#include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -26,6 +37,7 @@
 #include <functional>
 #include <map>
 #include <stdexcept>
+#include <utility>
 
 namespace tessera::shell {
 
@@ -36,10 +48,45 @@ struct Shell::Private {
     // The functions a statement may call; read again after anything that
     // can register functions (opening a file loads a module).
     engine::SqliteStringBuilder::NameSet functions;
-    dp::DataCatalog* catalog = nullptr;                    // owned by the core
+    dp::DataCatalogWithSelection* catalog = nullptr;       // the host's, owned by the core
     modules::TableAdapterExtension* extension = nullptr;   // owned by the core
     // The indices built with .index, by table name (the store keeps them).
     std::map<QString, std::vector<int>> indexIds;
+    // Where the running statement starts in its script, and whether errors
+    // name that line (scripts of more than one line).
+    int line = 1;
+    int column = 1;
+    bool nameLine = false;
+    // The file results go to after .output.
+    std::unique_ptr<QFile> outputFile;
+    std::unique_ptr<QTextStream> output;
+    // The GIS file the next statement's result goes to (.export).
+    QString exportPath;
+    QString exportDriver;
+    int readDepth = 0;   // .read inside .read
+    bool quit = false;
+
+    void report(QTextStream& err, const QString& message) const
+    {
+        err << "error: ";
+        if (nameLine)
+            err << "line " << line << ": ";
+        err << message << '\n';
+        err.flush();
+    }
+    // SQLite and the parser would stop reading at a NUL: the rest of the
+    // script would be lost without a word. A script with one is refused whole.
+    bool refuseNul(const QString& script, QTextStream& err) const
+    {
+        int at = 0, column = 0;
+        if (!findNul(script, at, column))
+            return false;
+        err << "error: line " << at << ", column " << column << ": NUL character in the script; nothing was run\n";
+        err.flush();
+        return true;
+    }
+    // Results and meta-command output go to the .output file, if any.
+    QTextStream& resultStream(QTextStream& screen) const { return output ? *output : screen; }
 };
 
 namespace {
@@ -79,11 +126,12 @@ Shell::Shell(ShellOptions options)
 {
     d->options = options;
     d->core = std::make_unique<Core>();
+    registerHostServices(*d->core);
     d->engine = Engine::load(d->core.get());
     d->engine->loadTableAdapterModule(d->core.get(), &modules::initFunctionModule);
     d->engine->loadTableAdapterModule(d->core.get(), &modules::initTableAdapterModule);
-    d->catalog = new dp::DataCatalog(d->core.get());
-    d->core->registerService(d->catalog);
+    // One catalog: the host's, whose selection the translator reads.
+    d->catalog = hostCatalog(*d->core);
     d->extension = new modules::TableAdapterExtension(d->core.get());
     d->extension->dependencyManager().setCore(d->core.get());
     d->extension->linkDataCatalog();
@@ -125,6 +173,8 @@ bool Shell::openFile(const QString& text, const QString& name, const QStringList
     } else if (QFileInfo::exists(path)) {
         options.name = dp::DataObject::makeValidObjectName(options.layer.isEmpty() ? QFileInfo(path).completeBaseName() : options.layer);
     }
+    // GDAL's own messages are folded into the error, or reported as warnings.
+    GdalMessages messages;
     std::shared_ptr<providers::GdalTable> table;
     try {
         table = providers::GdalTable::open(path, options);
@@ -147,9 +197,10 @@ bool Shell::openFile(const QString& text, const QString& name, const QStringList
             }
         };
         collect(e);
-        error = reasons.join(QLatin1String(": "));
+        error = messages.foldInto(reasons.join(QLatin1String(": ")));
         return false;
     }
+    error = messages.take().join(QLatin1String("; "));
     return true;
 }
 
@@ -237,10 +288,32 @@ std::vector<int>& Shell::indexIds(const QString& table)
     return d->indexIds[table];
 }
 
+void Shell::cancelQuery()
+{
+    d->engine->cancelQuery();
+}
+
+void Shell::exportNext(const QString& path, const QString& driver)
+{
+    d->exportPath = path;
+    d->exportDriver = driver;
+}
+
+void Shell::quit()
+{
+    d->quit = true;
+}
+
+bool Shell::hasQuit() const
+{
+    return d->quit;
+}
+
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
 {
     engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
     builder.setWhiteList(d->functions);
+    builder.setSelection(d->catalog->selection(), d->engine->cache());
     try {
         if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
             sqlite = sql::fromSqlString(builder.query());
@@ -253,9 +326,9 @@ bool Shell::translate(const QString& statement, QString& sqlite, QString& error)
     }
     QStringList reasons;
     for (const auto& e : builder.errors())
-        reasons << describeError(*e);
+        reasons << describeError(*e, d->line, d->column);
     // A syntax error says where: parse again for the detailed message.
-    const QString detail = describeSyntaxError(statement.toStdString());
+    const QString detail = describeSyntaxError(statement.toStdString(), d->line, d->column);
     if (!detail.isEmpty())
         reasons << detail;
     error = reasons.join(QLatin1String("; "));
@@ -264,44 +337,134 @@ bool Shell::translate(const QString& statement, QString& sqlite, QString& error)
 
 bool Shell::runScript(const QString& script, QTextStream& out, QTextStream& err)
 {
-    // SQLite and the parser would stop reading at a NUL: the rest of the
-    // script would be lost without a word. A script with one is refused whole.
-    const int nul = script.indexOf(QChar(0));
-    if (nul >= 0) {
-        const int line = script.leftRef(nul).count(QLatin1Char('\n')) + 1;
-        const int column = nul - script.lastIndexOf(QLatin1Char('\n'), nul);
-        err << "error: line " << line << ", column " << column << ": NUL character in the script; nothing was run\n";
-        err.flush();
+    if (d->refuseNul(script, err))
         return false;
-    }
-    auto runStatements = [&](const QString& text) {
-        for (const QString& statement : splitStatements(text))
-            if (!runStatement(statement, out, err))
-                return false;
-        return true;
-    };
-    // A meta-command line between statements runs after what comes before it.
-    QString pending;
-    for (const QString& line : script.split(QLatin1Char('\n'))) {
-        if (isMetaCommand(line) && endsBetweenStatements(pending)) {
-            if (!runStatements(pending) || !runMetaCommand(*this, line, out, err))
-                return false;
-            pending.clear();
-            continue;
-        }
-        pending += line + QLatin1Char('\n');
-    }
-    return runStatements(pending);
+    return runStatements(splitScript(script), script.trimmed().contains(QLatin1Char('\n')), out, err);
 }
 
-bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream& err)
+bool Shell::runStatements(const QVector<ScriptStatement>& statements, bool nameLines, QTextStream& out, QTextStream& err)
 {
+    bool ok = true;
+    for (const ScriptStatement& statement : statements) {
+        if (d->quit)
+            break;
+        d->line = statement.line;
+        d->column = statement.column;
+        d->nameLine = nameLines;
+        if (statement.metaCommand) {
+            ok = runMetaCommand(*this, statement.text, d->resultStream(out), err) && ok;
+        } else if (!d->exportPath.isEmpty()) {
+            const QString path = std::exchange(d->exportPath, QString());
+            ok = exportQuery(statement.text, path, std::exchange(d->exportDriver, QString()), out, err) && ok;
+        } else {
+            ok = runStatement(statement.text, out, err) && ok;
+        }
+        if (!ok && d->options.bail)
+            break;
+    }
+    d->line = d->column = 1;
+    d->nameLine = false;
+    return ok;
+}
+
+bool Shell::setOutput(const QString& path, QString& error)
+{
+    d->output.reset();
+    d->outputFile.reset();
+    if (path.isEmpty())
+        return true;
+    auto file = std::make_unique<QFile>(path);
+    if (!file->open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        error = QStringLiteral("cannot write %1: %2").arg(path, file->errorString());
+        return false;
+    }
+    d->outputFile = std::move(file);
+    d->output = std::make_unique<QTextStream>(d->outputFile.get());
+    d->output->setCodec("UTF-8");
+    return true;
+}
+
+bool Shell::readScript(const QString& path, QTextStream& out, QTextStream& err)
+{
+    // A script that reads itself would recurse until the stack runs out.
+    constexpr int maxDepth = 16;
+    if (d->readDepth >= maxDepth) {
+        d->report(err, QStringLiteral("cannot read %1: .read nested more than %2 deep").arg(path).arg(maxDepth));
+        return false;
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        d->report(err, QStringLiteral("cannot read %1: %2").arg(path, file.errorString()));
+        return false;
+    }
+    // With its size: Qt's plain overload stops at a NUL byte.
+    const QByteArray data = file.readAll();
+    const QString script = QString::fromUtf8(data.constData(), data.size());
+    if (d->refuseNul(script, err))
+        return false;
+    ++d->readDepth;
+    const bool ok = runStatements(splitScript(script), true, out, err);
+    --d->readDepth;
+    return ok;
+}
+
+bool Shell::evaluate(const QString& tableName, const QString& expression, QTextStream& screen, QTextStream& err)
+{
+    const auto table = this->table(tableName);
+    if (!table) {
+        d->report(err, QStringLiteral("no table %1 is open or in the catalog").arg(tableName));
+        return false;
+    }
+    engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
+    if (!d->engine->tryToTranslate(expression.toStdString(), builder, Engine::ExpressionOnly)) {
+        QStringList reasons;
+        for (const auto& e : builder.errors())
+            reasons << describeError(*e);
+        d->report(err, reasons.join(QLatin1String("; ")));
+        return false;
+    }
+    engine::EngineExpression evaluator(d->engine->engineDatabase(), table->schema(), d->engine->cache());
+    if (!evaluator.isValid() || !evaluator.setExpression(sql::fromSqlString(builder.query()))) {
+        d->report(err, evaluator.lastError());
+        return false;
+    }
+    ResultSet result;
+    result.columns << QStringLiteral("id") << expression;
+    auto cursor = table->features();
+    while (auto feature = cursor->next()) {
+        evaluator.fill(feature);
+        result.rows.push_back({static_cast<qlonglong>(d->engine->cache()->assignIdToInt(feature->id())), evaluator.exec()});
+    }
+    QTextStream& out = d->resultStream(screen);
+    printResult(out, result, d->options.format, d->options.headers);
+    out.flush();
+    return true;
+}
+
+bool Shell::exportQuery(const QString& statement, const QString& path, const QString& driver, QTextStream& out, QTextStream& err)
+{
+    const ShellOptions saved = d->options;
+    d->options.gisOutput = path;
+    d->options.gisDriver = driver;
+    const bool ok = runStatement(statement, out, err);
+    d->options = saved;
+    return ok;
+}
+
+bool Shell::runStatement(const QString& statement, QTextStream& screen, QTextStream& err)
+{
+    QTextStream& out = d->resultStream(screen);
+    QElapsedTimer timer;
+    timer.start();
     QString text = statement;
     if (!d->options.raw) {
         QString error;
         if (!translate(statement, text, error)) {
-            err << "error: " << error << '\n';
-            err.flush();
+            // A syntax error names its own line and column.
+            static const QRegularExpression position(QStringLiteral("line \\d+, column \\d+: "));
+            const bool nameLine = std::exchange(d->nameLine, d->nameLine && !error.contains(position));
+            d->report(err, error);
+            d->nameLine = nameLine;
             return false;
         }
     }
@@ -311,11 +474,14 @@ bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream
         return true;
     }
 
+    // Live tables read through GDAL: its reasons belong to this statement.
+    GdalMessages messages;
+    ProgressLine progress(d->engine->engineDatabase(), d->options.progress);
     QSqlQuery query(d->engine->engineDatabase());
     query.setForwardOnly(true);
     if (!query.exec(text)) {
-        err << "error: " << query.lastError().databaseText() << '\n';
-        err.flush();
+        progress.finish();
+        d->report(err, messages.foldInto(query.lastError().databaseText()));
         return false;
     }
     if (!query.isSelect()) {
@@ -329,23 +495,61 @@ bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream
     const QSqlRecord record = query.record();
     for (int c = 0; c < record.count(); ++c)
         result.columns << record.fieldName(c);
+    QVector<bool> geometryColumns(record.count(), false);
+    // A GIS file takes the geometries themselves.
+    const bool toGisFile = !d->options.gisOutput.isEmpty();
+    ResultSet gis;
     while (query.next()) {
         QVector<QVariant> row;
         row.reserve(record.count());
+        if (toGisFile) {
+            QVector<QVariant> gisRow;
+            for (int c = 0; c < record.count(); ++c) {
+                const QVariant v = query.value(c);
+                const auto g = v.userType() == QMetaType::QByteArray && !v.isNull()
+                    ? d->engine->cache()->geometryInfo(v.toByteArray(), false).geometry() : nullptr;
+                gisRow << (g ? dp::geometryToVariant(g) : v);
+            }
+            gis.rows << gisRow;
+            continue;
+        }
         for (int c = 0; c < record.count(); ++c) {
             QVariant v = query.value(c);
-            if (v.userType() == QMetaType::QByteArray && !v.isNull())
-                v = blobText(v.toByteArray(), d->engine->cache());
+            if (v.userType() == QMetaType::QByteArray && !v.isNull()) {
+                const QString text = blobText(v.toByteArray(), d->engine->cache());
+                geometryColumns[c] = geometryColumns[c] || !text.startsWith(QLatin1String("X'"));
+                v = text;
+            }
             row << v;
         }
         result.rows << row;
     }
+    progress.finish();
     if (query.lastError().isValid()) {
-        err << "error: " << query.lastError().databaseText() << '\n';
-        err.flush();
+        d->report(err, messages.foldInto(query.lastError().databaseText()));
         return false;
     }
-    printResult(out, result, d->options.format);
+    if (!d->options.raw)
+        result.columns = userHeaders(statement, result.columns);
+    if (toGisFile) {
+        gis.columns = result.columns;
+        QString error;
+        if (!writeGisFile(d->options.gisOutput, d->options.gisDriver, gis, error)) {
+            d->report(err, error);
+            return false;
+        }
+        return true;
+    }
+    if (d->options.format == OutputFormat::Table)
+        abbreviateWideCells(result, geometryColumns, d->options.width);
+    if (!d->options.nullValue.isEmpty())
+        for (auto& row : result.rows)
+            for (auto& cell : row)
+                if (cell.isNull())
+                    cell = d->options.nullValue;
+    printResult(out, result, d->options.format, d->options.headers);
+    if (d->options.timer)
+        out << "Time: " << QString::number(timer.nsecsElapsed() / 1e6, 'f', 3) << " ms\n";
     out.flush();
     return true;
 }

@@ -3,6 +3,7 @@
 // module, running dialect statements (or raw SQLite ones) and printing results.
 
 #include "tools/tessera-sql/ResultPrinter.h"
+#include "tools/tessera-sql/StatementSplitter.h"
 
 #include <QString>
 #include <QStringList>
@@ -20,6 +21,14 @@ struct ShellOptions {
     OutputFormat format = OutputFormat::Table;
     bool translateOnly = false;  // print the SQLite text instead of running it
     bool raw = false;            // run the text as SQLite SQL, untranslated
+    bool headers = true;         // print column headers (table and CSV)
+    bool bail = false;           // stop a script at its first error
+    int width = 0;               // table mode: cut geometry texts to fit; 0 shows them whole
+    QString nullValue;           // shown for NULL (empty: the format's own)
+    bool timer = false;          // print each statement's elapsed time
+    QString gisOutput;           // write each query's result to this GIS file instead
+    QString gisDriver;           // GDAL driver for gisOutput (empty: by extension)
+    bool progress = false;       // a progress line on standard error for long statements
 };
 
 class Shell {
@@ -34,10 +43,11 @@ public:
 
     // Opens a GIS source (GeoJSON, Shapefile, GeoPackage, MIF/TAB, CSV, a
     // "PG:..." connection, ...) as table `name` (the file's base name when
-    // empty) in the shell's data catalog; the table adapter serves it live.
-    // "file.gpkg:roads" names a layer. `openOptions` are GDAL open options
-    // (KEY=VALUE). False with a message in `error` when it cannot be opened
-    // or the name is taken.
+    // empty) in the shell's data catalog (the host's catalog, with its
+    // selection); the table adapter serves it live. "file.gpkg:roads" names a
+    // layer. `openOptions` are GDAL open options (KEY=VALUE). False with a
+    // message in `error` when it cannot be opened or the name is taken; after
+    // success `error` holds GDAL's warnings, if any.
     bool openFile(const QString& path, const QString& name, QString& error);
     bool openFile(const QString& path, const QString& name, const QStringList& openOptions, QString& error);
 
@@ -50,11 +60,40 @@ public:
     // every table when `name` is empty.
     bool describeTable(const QString& name, QTextStream& out, QString& error) const;
 
-    // Runs every statement and meta-command (MetaCommands.h) of the script;
-    // stops at the first failing one. Returns false after an error, which is
-    // written to `err`.
+    // Runs every statement and meta-command line (MetaCommands.h) of the
+    // script, or up to the first failing one with `bail`. A script with a NUL
+    // character is refused whole. Returns false when any failed; errors go to
+    // `err`, naming the statement's line when the script has more than one line.
     bool runScript(const QString& script, QTextStream& out, QTextStream& err);
+    // The same for statements and meta-commands taken from a longer input (a
+    // file read as it arrives), whose positions are those of that input.
+    bool runStatements(const QVector<ScriptStatement>& statements, bool nameLines, QTextStream& out, QTextStream& err);
     bool runStatement(const QString& statement, QTextStream& out, QTextStream& err);
+
+    // Handlers of meta-commands (.mode, .headers, .nullvalue and .timer
+    // change options through setOptions).
+    // .output FILE: results go to `path` from now on (empty: back to the
+    // stream each call is given). False with the reason when it cannot be
+    // written.
+    bool setOutput(const QString& path, QString& error);
+    // .read FILE: runs the script in the file.
+    bool readScript(const QString& path, QTextStream& out, QTextStream& err);
+    // .eval TABLE EXPRESSION: the dialect expression's value for every
+    // feature of the catalog's table TABLE, as rows of (id, value).
+    bool evaluate(const QString& table, const QString& expression, QTextStream& out, QTextStream& err);
+
+    // The result of `statement` written to the GIS file `path` (GDAL driver
+    // `driver`, or by the extension).
+    bool exportQuery(const QString& statement, const QString& path, const QString& driver, QTextStream& out, QTextStream& err);
+    // .export PATH [FORMAT]: the next statement's result goes to that file.
+    void exportNext(const QString& path, const QString& driver);
+    // .quit, .exit: the statements after it are not run, and the input
+    // loop stops reading.
+    void quit();
+    bool hasQuit() const;
+
+    // Stops the running statement; may be called from any thread.
+    void cancelQuery();
 
     // The SQLite text of a dialect statement, or false with the reasons in `error`.
     bool translate(const QString& statement, QString& sqlite, QString& error) const;

@@ -4,16 +4,46 @@ namespace tessera::shell {
 
 QStringList splitStatements(const QString& script)
 {
-    QStringList statements;
+    QStringList texts;
+    for (const ScriptStatement& statement : splitScript(script))
+        texts << statement.text;
+    return texts;
+}
+
+QVector<ScriptStatement> splitScript(const QString& script, int* complete)
+{
+    if (complete)
+        *complete = 0;
+    QVector<ScriptStatement> statements;
     QString current;
     const int n = script.size();
     int i = 0;
+    int start = -1;   // where the statement's first visible character is
 
-    auto flush = [&] {
+    // Lines and columns are counted forward from the last statement's start.
+    int counted = 0;
+    int line = 1;
+    int lineStart = 0;
+    auto flush = [&](bool metaCommand) {
         const QString s = current.trimmed();
-        if (!s.isEmpty())
-            statements << s;
+        if (!s.isEmpty() && start >= 0) {
+            for (; counted < start; ++counted)
+                if (script.at(counted) == '\n') {
+                    ++line;
+                    lineStart = counted + 1;
+                }
+            statements.push_back({s, line, start - lineStart + 1, metaCommand});
+        }
         current.clear();
+        start = -1;
+    };
+
+    // Only blanks between the line's start and `at`.
+    auto blankBefore = [&script](int at) {
+        while (at > 0 && script.at(at - 1) != '\n')
+            if (!script.at(--at).isSpace())
+                return false;
+        return true;
     };
 
     while (i < n) {
@@ -34,6 +64,8 @@ QStringList splitStatements(const QString& script)
         if (c == '"' || c == '\'' || c == '`' || c == '[') {
             // Quoted text runs to the matching close; a doubled quote stays inside.
             const QChar close = c == '[' ? QChar(']') : c;
+            if (start < 0)
+                start = i;
             current += c;
             ++i;
             while (i < n) {
@@ -51,24 +83,41 @@ QStringList splitStatements(const QString& script)
             }
             continue;
         }
-        if (c == ';') {
-            flush();
-            ++i;
+        if (c == '.' && start < 0 && next.isLetter() && blankBefore(i)) {
+            // A meta-command: the rest of the line, as it stands.
+            const int end = script.indexOf(QLatin1Char('\n'), i);
+            current = script.mid(i, (end < 0 ? n : end) - i);
+            start = i;
+            flush(true);
+            i = end < 0 ? n : end + 1;
+            if (complete && end >= 0)
+                *complete = i;
             continue;
         }
+        if (c == ';') {
+            flush(false);
+            ++i;
+            if (complete)
+                *complete = i;
+            continue;
+        }
+        if (start < 0 && !c.isSpace())
+            start = i;
         current += c;
         ++i;
     }
-    flush();
+    flush(false);
     return statements;
 }
 
-bool endsBetweenStatements(const QString& script)
+bool findNul(const QString& script, int& line, int& column)
 {
-    // A word added on a line of its own is a statement of its own exactly
-    // when nothing before it is left open (a statement, a quote, a comment).
-    const QStringList statements = splitStatements(script + QLatin1String("\nx"));
-    return !statements.isEmpty() && statements.back() == QLatin1String("x");
+    const int nul = script.indexOf(QChar(0));
+    if (nul < 0)
+        return false;
+    line = script.leftRef(nul).count(QLatin1Char('\n')) + 1;
+    column = nul - script.lastIndexOf(QLatin1Char('\n'), nul);
+    return true;
 }
 
 } // namespace tessera::shell

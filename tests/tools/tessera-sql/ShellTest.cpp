@@ -52,7 +52,7 @@ protected:
     {
         const Outcome o = run(query);
         EXPECT_TRUE(o.ok) << query.toStdString() << ": " << o.err.toStdString();
-        const QStringList lines = o.out.split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+        const QStringList lines = o.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         EXPECT_EQ(lines.size(), 2) << o.out.toStdString();
         return lines.value(1);
     }
@@ -78,9 +78,12 @@ TEST_F(ShellTest, RunsDialectFunctionsThroughTheModule)
 
 TEST_F(ShellTest, ReportsTranslationErrorsAndStopsTheScript)
 {
+    ShellOptions bail;
+    bail.bail = true;
+    shell->setOptions(bail);
     const Outcome syntax = run(QStringLiteral("Select From Where; Select 1"));
     EXPECT_FALSE(syntax.ok);
-    EXPECT_TRUE(syntax.out.isEmpty()) << "the second statement must not run";
+    EXPECT_TRUE(syntax.out.isEmpty()) << "with --bail the second statement must not run";
     EXPECT_TRUE(syntax.err.startsWith(QStringLiteral("error: "))) << syntax.err.toStdString();
     EXPECT_TRUE(syntax.err.contains(QStringLiteral("column"))) << "the parser's position is shown: " << syntax.err.toStdString();
 
@@ -201,11 +204,11 @@ TEST_F(ShellTest, RownumPositionOverAnAsterisk)
         const char* query;
         const char* expected;
     } cases[] = {
-        {"column name in UTF-8", "Select *, rownum From people Order By 2", "2,а,1\r\n3,б,2\r\n1,в,3\r\n"},
+        {"column name in UTF-8", "Select *, rownum From people Order By 2", "2,а,1\n3,б,2\n1,в,3\n"},
         {"self-join", "Select *, rownum From people x, people y Where x.n = y.n Order By 4 Desc",
-         "1,в,1,в,1\r\n3,б,3,б,2\r\n2,а,2,а,3\r\n"},
+         "1,в,1,в,1\n3,б,3,б,2\n2,а,2,а,3\n"},
         {"aliased expression", "Select *, -n As n, rownum From people Order By 3",
-         "3,б,-3,1\r\n2,а,-2,2\r\n1,в,-1,3\r\n"},
+         "3,б,-3,1\n2,а,-2,2\n1,в,-1,3\n"},
     };
     for (const auto& c : cases) {
         const Outcome o = run(QString::fromUtf8(c.query));
@@ -255,7 +258,7 @@ TEST_F(ShellTest, TranslateOnlyAndRawModes)
         // Plain SQLite: integer division, no dialect rewrite.
         ASSERT_TRUE(shell->runScript(QStringLiteral("Select 7 / 2 As q"), o, e)) << err.toStdString();
     }
-    EXPECT_EQ(out, QStringLiteral("q\r\n3\r\n"));
+    EXPECT_EQ(out, QStringLiteral("q\n3\n"));
 }
 
 TEST_F(ShellTest, GeometryQueriesOverHiddenColumns)
@@ -337,7 +340,7 @@ TEST_F(ShellTest, MetaCommands)
         {"unknown index", ".dropindex meta_countries 999", false, "", "table meta_countries has no index 999"},
         {"unknown command", ".nothing", false, "", "unknown command .nothing"},
         {"argument count", ".dropindex meta_countries", false, "", "usage: .dropindex TABLE INDEX"},
-        {"between statements", "Select 1 As a;\n  .operators\nSelect 2 As b", true, "a\r\n1\r\n1\n2\n", ""},
+        {"between statements", "Select 1 As a;\n  .operators\nSelect 2 As b", true, "a\n1\n1\n2\n", ""},
         {"inside a string", "Select 'x\n.operators' As t", true, "\"x\n.operators\"", ""},
     };
     for (const Case& c : cases) {
@@ -385,6 +388,39 @@ QProcess* runProgram(const QStringList& arguments, const QByteArray& input = QBy
     return process;
 }
 
+TEST_F(ShellTest, OutputMetaCommands)
+{
+    const struct {
+        const char* name;
+        const char* script;
+        bool ok;
+        const char* out;   // how the output starts
+        const char* err;   // a part of the error
+    } cases[] = {
+        {"headers off", ".headers off\nSelect 5 As a", true, "5\n", ""},
+        {"headers on again", ".headers off\n.headers ON\nSelect 5 As a", true, "a\n5\n", ""},
+        {"headers: not a switch", ".headers maybe", false, "", "expected on or off, not 'maybe'"},
+        {"null value", ".nullvalue '(null)'\nSelect Null As n, 1 As m", true, "n,m\n(null),1\n", ""},
+        {"timer", ".timer on\nSelect 1 As a", true, "a\n1\nTime: ", ""},
+        {"mode json", ".mode json\nSelect 1 As a", true, "[", ""},
+        {"mode table", ".mode table\nSelect 1 As a", true, "a", ""},
+        {"mode unknown", ".mode xml", false, "", "unknown output format 'xml'"},
+        {"help lists the commands", ".help", true, ".close", ""},
+    };
+    for (const auto& c : cases) {
+        shell->setOptions(ShellOptions{});
+        const Outcome o = run(QString::fromUtf8(c.script));
+        EXPECT_EQ(o.ok, c.ok) << c.name << ": " << o.err.toStdString();
+        const QString start = QString::fromUtf8(c.out);
+        EXPECT_EQ(o.out.left(start.size()), start) << c.name << ": " << o.out.toStdString();
+        EXPECT_TRUE(o.err.contains(QString::fromUtf8(c.err))) << c.name << ": " << o.err.toStdString();
+    }
+    const QString help = run(QStringLiteral(".help")).out;
+    for (const char* command : {".mode", ".headers", ".nullvalue", ".timer", ".output", ".read", ".eval", ".export", ".quit", ".exit",
+                                ".open", ".tables", ".rename", ".schema", ".index", ".indexes", ".dropindex"})
+        EXPECT_TRUE(help.contains(QLatin1Char('\n') + QLatin1String(command) + QLatin1Char(' '))) << command;
+}
+
 TEST(TesseraSqlProgram, ExitStatusOptionsAndStreams)
 {
     std::unique_ptr<QProcess> ok(runProgram({QStringLiteral("--format"), QStringLiteral("json"), QStringLiteral("-c"),
@@ -403,7 +439,7 @@ TEST(TesseraSqlProgram, ExitStatusOptionsAndStreams)
     // Statements from standard input, one per ';'.
     std::unique_ptr<QProcess> piped(runProgram({QStringLiteral("--format"), QStringLiteral("csv")}, "Select 1 As a;\nSelect \"x;y\" As b;\n"));
     EXPECT_EQ(piped->exitCode(), 0) << piped->readAllStandardError().toStdString();
-    EXPECT_EQ(piped->readAllStandardOutput(), QByteArray("a\r\n1\r\nb\r\nx;y\r\n"));
+    EXPECT_EQ(piped->readAllStandardOutput(), QByteArray("a\n1\nb\nx;y\n"));
 
     // A NUL byte is an error, in a file as on standard input, and nothing runs.
     const QByteArray withNul("Select 1 As a;\nSelect 2\0 As b;\nSelect 3 As c;\n", 46);
