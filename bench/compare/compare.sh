@@ -270,7 +270,7 @@ measure() {
   fi
   [ -z "$note" ] && [ -n "$note_runs" ] && note="ok$note_runs"
   forget "$workload" "$system"
-  printf '%s\t%s\t%s\t%s\t%s\t%s\t%s\t%s\n' "$workload" "$system" "${median:--}" "$baseline" \
+  printf '%s\t%s\t%s\t%s\t%s\t%s\t%s\t%s\t%s\n' "$workload" "$system" "${median:--}" "$baseline" \
     "${rss:--}" "${answer:--}" "${note:--}" "${cpu:--}" "${REPEAT:-1}" >>"$TSV"
   log "$(printf '%-28s %-17s %10s us  %s  %s' "$workload" "$system" "${median:--}" "${answer:0:60}" "$note")"
 }
