@@ -8,7 +8,8 @@
 # Usage: bench/compare/compare.sh            (from the repository root or anywhere)
 # Environment: RUNS (default 3), TIMEOUT seconds per run (default 300), TESSERA_SQL
 # (default build/tools/tessera-sql/tessera-sql), COMPARE_DATA (default
-# build/compare-data), SYSTEMS (default "tessera spatialite spatialite+rtree gdal postgis"),
+# build/compare-data), SYSTEMS (default "tessera spatialite spatialite+rtree gdal postgis";
+# plain sqlite3, for start-up and the text functions, runs with spatialite),
 # ONLY (a regular expression of workload names to run), KEEP=1 (keep the other results of
 # the previous run); `compare.sh --report` prints the table of the last run again.
 set -uo pipefail
@@ -255,7 +256,7 @@ measure() {
       break
     fi
     times+=($(((t1 - t0) / 1000)))
-    [ -x /usr/bin/time ] && cpus+=($(tail -1 "$WORK/rss" | awk '{ printf "%d", ($2 + $3) * 1e6 }'))
+    [ -x /usr/bin/time ] && cpus+=("$(tail -1 "$WORK/rss" | awk '{ printf "%d", ($2 + $3) * 1e6 }')")
     if [ $i -eq 0 ]; then
       answer=$($filter <"$WORK/out")
       [ -x /usr/bin/time ] && rss=$(tail -1 "$WORK/rss" 2>/dev/null | awk '{ print $1 }')
@@ -324,7 +325,7 @@ run_spatial() {
 }
 
 workloads() {
-  local D=$DATA r c p b
+  local D=$DATA r c p
   # Start-up: an empty query.
   if enabled tessera && [ -x "$TESSERA" ]; then
     measure "start-up (Select 1)" tessera "" answer_tessera -- "${TS[@]}" -c 'Select 1'
@@ -382,7 +383,7 @@ workloads() {
   done
 
   # Measures per row, 1:10m. Planar on the Equal Earth copy (square metres, metres).
-  local model tf sf gf pf file tbl
+  local model tf sf pf file tbl
   for model in planar ellipsoidal spherical; do
     case $model in
       planar) tf=Cartesian; sf=""; pf=""; file=p ;;
