@@ -14,7 +14,15 @@ packages=(
   postgresql postgresql-postgis
   libgtest-dev googletest libgmock-dev libbenchmark-dev
   locales tzdata
+  # bench/compare: SpatiaLite and GDAL as peers, ogr2ogr to prepare its data, peak RSS.
+  sqlite3 libsqlite3-mod-spatialite gdal-bin time
 )
+# bench/compare also fetches its data with npm and measures PostGIS: only on request
+# (`scripts/install-deps.sh --bench-compare`), so CI does not install a database server.
+if [ "${1:-}" = "--bench-compare" ]; then
+  command -v npm >/dev/null 2>&1 || packages+=(npm)
+  packages+=(postgresql postgresql-postgis)
+fi
 
 missing=()
 for p in "${packages[@]}"; do
