@@ -10,18 +10,16 @@ packages=(
   libsqlite3-dev libspatialite-dev
   libgeos-dev libproj-dev proj-data libgeographiclib-dev
   libgdal-dev libboost-dev
-  sqlite3 libsqlite3-mod-spatialite gdal-bin
-  postgresql postgresql-postgis
   libgtest-dev googletest libgmock-dev libbenchmark-dev
   locales tzdata
-  # bench/compare: SpatiaLite and GDAL as peers, ogr2ogr to prepare its data, peak RSS.
+  # Peers of the benchmarks and the PostGIS provider test: SpatiaLite's shell and module,
+  # GDAL's tools (also to prepare benchmark data), PostgreSQL with PostGIS, peak RSS.
   sqlite3 libsqlite3-mod-spatialite gdal-bin time
+  postgresql postgresql-postgis
 )
-# bench/compare also fetches its data with npm and measures PostGIS: only on request
-# (`scripts/install-deps.sh --bench-compare`), so CI does not install a database server.
+# bench/compare fetches its data with npm: only on request.
 if [ "${1:-}" = "--bench-compare" ]; then
   command -v npm >/dev/null 2>&1 || packages+=(npm)
-  packages+=(postgresql postgresql-postgis)
 fi
 
 missing=()
