@@ -260,17 +260,24 @@ GEOSGeometry* GeosAdapter::build(const Geometry& g) const
         for (const QPointF& p : static_cast<const MultiPoint&>(g).points())
             add(GEOSGeom_createPointFromXY_r(ctx, p.x(), p.y()));
         return collection(GEOS_MULTIPOINT, parts);
+    // Empty parts are left out of multi-geometries and collections: GEOS
+    // (3.11) underflows on a line of no points inside a collection, and an
+    // empty part adds nothing to any measure or predicate.
     case GeometryType::MultiLineString:
-        for (const QVector<QPointF>& line : static_cast<const MultiLineString&>(g).lines())
-            add(lineString(line));
+        for (const QVector<QPointF>& line : static_cast<const MultiLineString&>(g).lines()) {
+            if (!line.isEmpty())
+                add(lineString(line));
+        }
         return collection(GEOS_MULTILINESTRING, parts);
     case GeometryType::MultiPolygon:
-        for (const QVector<Ring>& rings : static_cast<const MultiPolygon&>(g).polygons())
-            add(polygon(rings));
+        for (const QVector<Ring>& rings : static_cast<const MultiPolygon&>(g).polygons()) {
+            if (!rings.isEmpty() && !rings.front().isEmpty())
+                add(polygon(rings));
+        }
         return collection(GEOS_MULTIPOLYGON, parts);
     case GeometryType::Collection:
         for (const std::shared_ptr<Geometry>& member : static_cast<const GeometryCollection&>(g).members()) {
-            if (!member)
+            if (!member || member->isEmpty())
                 continue;
             try {
                 add(build(*linearized(member)));

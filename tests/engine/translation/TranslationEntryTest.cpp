@@ -60,6 +60,13 @@ TEST_F(TranslationEntryTest, theCollationIsAlwaysLocale)
     EXPECT_EQ(rows(utf8(builder.query())), (std::vector<std::string>{"1"}));
 }
 
+TEST_F(TranslationEntryTest, aLeadingFeffStaysInLiteralsAndNames)
+{
+    const std::string feff = "\xEF\xBB\xBF";
+    EXPECT_EQ(rows(translate("Select '" + feff + "a'")), (std::vector<std::string>{feff + "a"}));
+    EXPECT_NE(translate("Select 1 As [" + feff + "b]").find(feff + "b"), std::string::npos);
+}
+
 TEST_F(TranslationEntryTest, anEarlierQueryIsKept)
 {
     SqliteStringBuilder builder = makeBuilder();
