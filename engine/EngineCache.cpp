@@ -241,12 +241,14 @@ void EngineCache::addResemblanceExtension(geometry::ResemblanceExtension* extens
 {
     if (!extension)
         return;
+    QWriteLocker locker(&extensionLock);
     extension->setup(resemblanceSetup);
     resemblanceExtensions.push_back(extension);
 }
 
 std::shared_ptr<const geometry::Geometry> EngineCache::tryResemblance(const std::shared_ptr<const geometry::Geometry>& g)
 {
+    QReadLocker locker(&extensionLock);
     for (auto* extension : resemblanceExtensions) {
         if (!extension)
             continue;

@@ -46,7 +46,7 @@ enum GaiaCache : std::int32_t {
 
 // Bounds of the engine cache. A store that is full is emptied before its
 // next insertion: no bookkeeping on the look-up path, and what is in use comes
-// back at its next read. Settings keys in engine/EngineSettings.h.
+// back at its next read. Settings keys in engine/EngineCacheSettings.h.
 struct EngineCacheLimits {
     std::size_t geometries = 65536;                // decoded geometries, over all shards
     std::size_t geometryBytes = std::size_t(256) << 20;   // their blob bytes, over all shards
@@ -117,8 +117,10 @@ private:
     std::map<QByteArray, std::shared_ptr<cs::CoordSystem>> coordSysByBlob;
     IdMap intByFeatureId;
     std::map<std::int64_t, IdMap::const_iterator> featureIdByInt;
+    // Extensions may be registered while queries ask them (plug-ins load late).
     std::vector<geometry::ResemblanceExtension*> resemblanceExtensions;
     geometry::ResemblanceExtension::Setup resemblanceSetup{0.0};
+    mutable QReadWriteLock extensionLock;
     QReadWriteLock epsgLock;
     mutable QReadWriteLock blobLock;
     QReadWriteLock idLock;

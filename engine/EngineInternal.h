@@ -7,6 +7,8 @@
 #include "engine/TableManagement.h"
 
 #include <QCollator>
+#include <QMutex>
+#include <QReadWriteLock>
 #include <QSqlDatabase>
 #include <map>
 #include <memory>
@@ -35,6 +37,13 @@ public:
     void* spatialiteCache = nullptr;
     sql::SqlRuntime* runtime = nullptr;
     std::map<QString, std::unique_ptr<engine::TableManagement>> managementByTable;
+    // Registration writes the map on the host thread while SQL callbacks on
+    // query threads look table coordinate systems up in it.
+    mutable QReadWriteLock managementLock;
+    // The open connection for cancelQuery, which may run on any thread: the
+    // lock keeps shutDown from closing it while sqlite3_interrupt runs.
+    QMutex interruptLock;
+    sqlite3* interruptible = nullptr;
 
 private:
     void openDatabase();

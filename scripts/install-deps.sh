@@ -10,6 +10,7 @@ packages=(
   libgeos-dev libproj-dev proj-data libgeographiclib-dev
   libgdal-dev
   libgtest-dev googletest libgmock-dev libbenchmark-dev
+  clang-14 clang libclang-rt-14-dev
   locales tzdata
 )
 
