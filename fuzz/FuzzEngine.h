@@ -11,6 +11,7 @@
 #include <QCoreApplication>
 #include <QSqlDatabase>
 #include <QSqlDriver>
+#include <QVariant>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>

@@ -10,6 +10,7 @@
 
 #include <QByteArray>
 #include <gtest/gtest.h>
+#include <limits>
 #include <memory>
 #include <string>
 
@@ -146,6 +147,34 @@ TEST(HostileGeometry, EmptyPartsNeverReachGeos)
         EXPECT_DOUBLE_EQ(sql.real("Select CentroidY(" + blob + ")"), 0.0);
         EXPECT_EQ(sql.text("Select AsText(Centroid(" + blob + "))"), "POINT(1 0)");
         EXPECT_EQ(sql.integer("Select GeometryIntersects(" + blob + ", GeomFromText('POINT(1 0)'))"), 1);
+    }
+}
+
+TEST(HostileGeometry, NonFiniteCoordinatesNeverReachGeos)
+{
+    // Found by fuzzing: GEOS dereferenced null for the interior point of NaN points.
+    using namespace geometry;
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    const std::shared_ptr<Geometry> shapes[] = {
+        std::make_shared<MultiPoint>(QVector<QPointF>{{1, 1}, {nan, nan}}),
+        std::make_shared<Point>(QPointF(inf, 0)),
+        std::make_shared<LineString>(QVector<QPointF>{{0, 0}, {nan, 1}, {2, 2}}),
+        std::make_shared<MultiLineString>(QVector<QVector<QPointF>>{{{0, 0}, {1, 1}}, {{0, 0}, {-inf, 1}}}),
+        std::make_shared<Polygon>(QVector<Ring>{{{0, 0}, {4, 0}, {4, nan}, {0, 0}}}),
+    };
+    GeometrySqlHarness sql;
+    for (const auto& g : shapes) {
+        const std::string blob = sqlBlob(EngineGeometry::serialize(g, [](const auto&, const auto&) {}));
+        SCOPED_TRACE(blob);
+        for (const char* call : {"Centroid(%s)", "CentroidX(%s)", "GeometryIntersects(%s, %s)", "ContainsCentroid(%s, %s)",
+                                 "NearestPoints(%s, GeomFromText('POINT(0 0)'))", "MakeValidGeo(%s)"}) {
+            std::string text = std::string("Select ") + call;
+            for (std::size_t at; (at = text.find("%s")) != std::string::npos;)
+                text.replace(at, 2, blob);
+            const GeoResult r = sql.query(text);
+            EXPECT_TRUE(!r.ok || r.type == SQLITE_NULL) << call << " gave type " << r.type;
+        }
     }
 }
 
