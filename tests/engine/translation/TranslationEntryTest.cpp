@@ -4,6 +4,7 @@
 #include "TranslationFixture.h"
 
 #include "platform/sql/SqlParser.h"
+#include "tests/Sanitizers.h"
 
 #include <QThread>
 
@@ -118,7 +119,7 @@ TEST_F(TranslationEntryTest, deepTextsAreTranslatedOrRefused)
         nestedTranslated = translateQuery(&runtime, "Select " + subqueries, nestedQueries, false)
             && translateQuery(&runtime, calls, nestedCalls, true);
     });
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if TESSERA_SANITIZED
     worker->setStackSize(16 * 1024 * 1024);
 #else
     worker->setStackSize(1024 * 1024);
