@@ -46,12 +46,12 @@ void EngineGeometryMap::set(const void* data, unsigned size, const GeometryPtr& 
 const EngineGeometryMap::GeometryPtr& EngineGeometryMap::insert(const QByteArray& key, const GeometryPtr& geometry)
 {
     const auto bytes = static_cast<std::size_t>(key.size());
+    if (entryLimit == 0 || bytes > byteLimit)
+        return geometry;   // never kept, and no reason to drop the others
     if (map.size() >= entryLimit || keyBytes + bytes > byteLimit) {
         map.clear();
         keyBytes = 0;
     }
-    if (entryLimit == 0 || bytes > byteLimit)
-        return geometry;
     keyBytes += bytes;
     // The probe only borrows the caller's bytes: the map keeps a copy.
     return map.emplace(QByteArray(key.constData(), key.size()), geometry).first->second;
