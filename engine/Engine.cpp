@@ -1,5 +1,6 @@
 #include "engine/Engine.h"
 
+#include "engine/EngineCacheSettings.h"
 #include "engine/EngineInternal.h"
 #include "engine/functions/MatchingFunctions.h"
 #include "engine/indices/EngineIndicesFactory.h"
@@ -104,6 +105,8 @@ void Engine::Internal::prepareConnection()
 
     setUseGaiaCache(engine::GaiaCacheNever);
     sqlite3_create_collation(db, "Locale", SQLITE_UTF16, this, localeCollation);
+    QMutexLocker locker(&interruptLock);
+    interruptible = db;
     qCInfo(logging::engine()) << "engine database ready:" << sqlite3_libversion() << "with SpatiaLite" << spatialite_version();
 }
 
@@ -119,6 +122,10 @@ sqlite3* Engine::Internal::handle() const
 
 void Engine::Internal::shutDown()
 {
+    {
+        QMutexLocker locker(&interruptLock);
+        interruptible = nullptr;
+    }
     if (spatialiteCache) {
         spatialite_cleanup_ex(spatialiteCache);
         spatialiteCache = nullptr;
@@ -128,6 +135,7 @@ void Engine::Internal::shutDown()
 
 std::shared_ptr<cs::CoordSystem> Engine::Internal::tableCoordSystem(const QString& table) const
 {
+    QReadLocker locker(&managementLock);
     auto it = managementByTable.find(table);
     if (it == managementByTable.end()) {
         it = std::find_if(managementByTable.begin(), managementByTable.end(), [&](const auto& entry) {
@@ -156,8 +164,10 @@ Engine* Engine::load(Core* core)
     Engine* engine = nullptr;
     {
         QMutexLocker locker(&mutex);
-        if (!instance)
+        if (!instance) {
             instance = new Engine(core);
+            instance->cache()->setLimits(engine::cacheLimits(core->settings()));
+        }
         engine = instance.data();
     }
 
@@ -237,8 +247,9 @@ void Engine::registerExtension(geometry::ResemblanceExtension* extension)
 
 void Engine::cancelQuery()
 {
-    if (sqlite3* db = d->handle())
-        sqlite3_interrupt(db);
+    QMutexLocker locker(&d->interruptLock);
+    if (d->interruptible)
+        sqlite3_interrupt(d->interruptible);
 }
 
 sql::SqlParser Engine::sqlParser() const
@@ -274,18 +285,29 @@ void Engine::registerManagement(std::unique_ptr<engine::TableManagement> managem
     const QString key = management->tableName();
     if (key.isEmpty())
         return;   // nothing to find it by: destroyed here
+    QWriteLocker locker(&d->managementLock);
     d->managementByTable[key] = std::move(management);
 }
 
 engine::TableManagement* Engine::findManagement(const QString& name) const
 {
+    QReadLocker locker(&d->managementLock);
     auto it = d->managementByTable.find(name);
     return it == d->managementByTable.end() ? nullptr : it->second.get();
 }
 
 void Engine::unRegisterManagement(const QString& name)
 {
-    d->managementByTable.erase(name);
+    // Destroyed outside the lock: a management may call back into the engine.
+    std::unique_ptr<engine::TableManagement> gone;
+    {
+        QWriteLocker locker(&d->managementLock);
+        auto it = d->managementByTable.find(name);
+        if (it == d->managementByTable.end())
+            return;
+        gone = std::move(it->second);
+        d->managementByTable.erase(it);
+    }
 }
 
 bool Engine::detachTable(const QString& name)
@@ -299,6 +321,7 @@ engine::EngineIndices* Engine::indices(const std::shared_ptr<dp::Table>& table)
     if (!table)
         return nullptr;
     const QString name = table->name();
+    QWriteLocker locker(&d->managementLock);
     auto it = d->indicesByTable.find(name);
     if (it != d->indicesByTable.end())
         return it->second.get();
@@ -316,21 +339,28 @@ void Engine::clearIndices(const std::shared_ptr<dp::Table>& table)
     if (!table)
         return;
     const QString name = table->name();
-    if (auto it = d->indicesByTable.find(name); it != d->indicesByTable.end())
-        it->second->dropStorage();
+    if (engine::EngineIndices* store = findIndices(name))
+        store->dropStorage();
     if (engine::TableManagement* management = findManagement(name))
         management->reset();
 }
 
 engine::EngineIndices* Engine::findIndices(const QString& name) const
 {
+    QReadLocker locker(&d->managementLock);
     const auto it = d->indicesByTable.find(name);
     return it == d->indicesByTable.end() ? nullptr : it->second.get();
 }
 
 void Engine::dropIndices(const QString& name)
 {
-    d->indicesByTable.erase(name);
+    // Destroyed outside the lock: removing a store's files takes time.
+    std::unique_ptr<engine::EngineIndices> gone;
+    QWriteLocker locker(&d->managementLock);
+    if (auto it = d->indicesByTable.find(name); it != d->indicesByTable.end()) {
+        gone = std::move(it->second);
+        d->indicesByTable.erase(it);
+    }
 }
 
 sql::FunctionSet Engine::sqlFunctionSet(QFlags<sql::FunctionInfo::TypeMask> mask)

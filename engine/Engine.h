@@ -3,6 +3,24 @@
 // database (SpatiaLite, the "Locale" collation), loads extension and
 // table-adapter modules into it, translates the dialect, and hands out the
 // engine cache.
+//
+// Threads:
+// - load, unload, loadDatabaseModule, loadTableAdapterModule, registerExtension
+//   and the management calls run on the host thread that loads plug-ins and
+//   owns the catalog. The management map and the extension list are locked,
+//   so SQL callbacks on query threads may read them meanwhile; a management
+//   must not be unregistered while statements over its table run.
+// - The connection (engineDatabase(), and its sqlite3 handle) is opened by Qt
+//   in SQLite's multi-thread mode, without a mutex of its own: one thread at a
+//   time prepares, steps and finalises statements on it, and callers that
+//   share it across threads serialise that themselves. translate and
+//   tryToTranslate use it too and follow the same rule. Other connections
+//   with the engine's functions registered (table adapters, threads of the
+//   host) may run in parallel: they share only the engine cache, which is
+//   locked.
+// - cancelQuery and clearCache may be called from any thread at any time,
+//   also while unload runs: cancelQuery interrupts the statement running on
+//   the connection, or nothing once the connection is closed.
 
 #include "engine/EngineCatalogue.h"
 

@@ -16,7 +16,10 @@ namespace tessera::engine {
 
 EngineStyleCache::~EngineStyleCache() = default;
 
-EngineCache::EngineCache() = default;
+EngineCache::EngineCache()
+{
+    setLimits(cacheLimits);
+}
 EngineCache::~EngineCache() = default;
 
 bool EngineCache::FeatureIdLess::operator()(const dp::FeatureId& a, const dp::FeatureId& b) const
@@ -106,6 +109,26 @@ void EngineCache::clear()
 {
     for (auto& shard : shards)
         shard.clearMap();
+    QWriteLocker locker(&blobLock);
+    coordSysByBlob.clear();
+}
+
+void EngineCache::setLimits(const EngineCacheLimits& limits)
+{
+    const std::size_t perShard = (limits.geometries + shardCount - 1) / shardCount;
+    const std::size_t bytesPerShard = (limits.geometryBytes + shardCount - 1) / shardCount;
+    for (auto& shard : shards)
+        shard.setLimits(perShard, bytesPerShard);
+    QWriteLocker locker(&blobLock);
+    cacheLimits = limits;
+    if (coordSysByBlob.size() > limits.coordSystems)
+        coordSysByBlob.clear();
+}
+
+EngineCacheLimits EngineCache::limits() const
+{
+    QReadLocker locker(&blobLock);
+    return cacheLimits;
 }
 
 // --- coordinate systems ---------------------------------------------------------
@@ -141,10 +164,26 @@ std::shared_ptr<cs::CoordSystem> EngineCache::get(const QByteArray& serialised)
         serialization::load(archive, made, version);
     } catch (const std::exception& e) {
         qCDebug(logging::cache()) << "coordinate system not read:" << e.what();
-        made.reset();
     }
+    // Failures are not kept: any byte string could be asked for, and only
+    // real coordinate systems are worth the memory.
+    if (!made)
+        return nullptr;
     QWriteLocker locker(&blobLock);
-    return coordSysByBlob.emplace(serialised, std::move(made)).first->second;
+    return storeByBlob(serialised, std::move(made));
+}
+
+std::shared_ptr<cs::CoordSystem> EngineCache::storeByBlob(const QByteArray& serialised, std::shared_ptr<cs::CoordSystem> coordSystem)
+{
+    if (auto it = coordSysByBlob.find(serialised); it != coordSysByBlob.end())
+        return it->second;
+    // Full: start over rather than grow (the blocks of the geometries in use
+    // come back at their next read).
+    if (coordSysByBlob.size() >= cacheLimits.coordSystems)
+        coordSysByBlob.clear();
+    if (cacheLimits.coordSystems == 0)
+        return coordSystem;
+    return coordSysByBlob.emplace(serialised, std::move(coordSystem)).first->second;
 }
 
 void EngineCache::save(int epsg, const std::shared_ptr<cs::CoordSystem>& coordSystem)
@@ -159,8 +198,11 @@ void EngineCache::save(int epsg, const std::shared_ptr<cs::CoordSystem>& coordSy
 
 void EngineCache::save(const QByteArray& serialised, const std::shared_ptr<cs::CoordSystem>& coordSystem)
 {
+    if (!coordSystem)
+        return;
     QWriteLocker locker(&blobLock);
-    coordSysByBlob[serialised] = coordSystem;
+    coordSysByBlob.erase(serialised);
+    storeByBlob(serialised, coordSystem);
 }
 
 // --- feature identifiers -----------------------------------------------------------
@@ -227,12 +269,14 @@ void EngineCache::addResemblanceExtension(geometry::ResemblanceExtension* extens
 {
     if (!extension)
         return;
+    QWriteLocker locker(&extensionLock);
     extension->setup(resemblanceSetup);
     resemblanceExtensions.push_back(extension);
 }
 
 std::shared_ptr<const geometry::Geometry> EngineCache::tryResemblance(const std::shared_ptr<const geometry::Geometry>& g)
 {
+    QReadLocker locker(&extensionLock);
     for (auto* extension : resemblanceExtensions) {
         if (!extension)
             continue;

@@ -44,6 +44,17 @@ enum GaiaCache : std::int32_t {
     GaiaCacheOnRequest = 2, // keep them when geometryInfo is asked to
 };
 
+// Bounds of the engine cache. A store that is full is emptied before its
+// next insertion: no bookkeeping on the look-up path, and what is in use comes
+// back at its next read. Settings keys in engine/EngineCacheSettings.h.
+struct EngineCacheLimits {
+    std::size_t geometries = 65536;                // decoded geometries, over all shards
+    std::size_t geometryBytes = std::size_t(256) << 20;   // their blob bytes, over all shards
+    std::size_t coordSystems = 4096;               // coordinate systems by stored bytes
+};
+// Compiled regular expressions: 1024, least recently used first out (regexCache).
+// Coordinate systems by EPSG code: one per code in use, bounded by the codes PROJ knows.
+
 class EngineCache {
 public:
     static constexpr int shardCount = 17;
@@ -64,6 +75,11 @@ public:
     void clear();
     void setUseGaiaCache(GaiaCache mode) { gaiaCache = mode; }
     GaiaCache useGaiaCache() const { return gaiaCache; }
+
+    // Bounds of the stores above and below; applies at once (a store over its
+    // new bound is emptied).
+    void setLimits(const EngineCacheLimits& limits);
+    EngineCacheLimits limits() const;
 
     // Coordinate systems.
     std::shared_ptr<cs::CoordSystem> get(int epsg);
@@ -94,19 +110,24 @@ private:
     using IdMap = std::map<dp::FeatureId, std::int64_t, FeatureIdLess>;
 
     std::shared_ptr<const geometry::Geometry> decodeSpatiaLite(const void* data, unsigned size);
+    // Under the blob lock (write).
+    std::shared_ptr<cs::CoordSystem> storeByBlob(const QByteArray& serialised, std::shared_ptr<cs::CoordSystem> coordSystem);
 
     std::array<EngineGeometryMap, shardCount> shards;
     std::map<int, std::shared_ptr<cs::CoordSystem>> coordSysById;
     std::map<QByteArray, std::shared_ptr<cs::CoordSystem>> coordSysByBlob;
     IdMap intByFeatureId;
     std::map<std::int64_t, IdMap::const_iterator> featureIdByInt;
+    // Extensions may be registered while queries ask them (plug-ins load late).
     std::vector<geometry::ResemblanceExtension*> resemblanceExtensions;
     geometry::ResemblanceExtension::Setup resemblanceSetup{0.0};
+    mutable QReadWriteLock extensionLock;
     QReadWriteLock epsgLock;
-    QReadWriteLock blobLock;
+    mutable QReadWriteLock blobLock;
     QReadWriteLock idLock;
     GaiaCache gaiaCache = GaiaCacheOnRequest;
     std::map<QString, std::shared_ptr<EngineStyleCache>> styleCaches;
+    EngineCacheLimits cacheLimits;
     utils::RegularExpressionCache regexCache{1024};
 };
 

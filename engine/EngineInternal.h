@@ -8,6 +8,8 @@
 #include "engine/indices/EngineIndices.h"
 
 #include <QCollator>
+#include <QMutex>
+#include <QReadWriteLock>
 #include <QSqlDatabase>
 #include <map>
 #include <memory>
@@ -37,6 +39,13 @@ public:
     sql::SqlRuntime* runtime = nullptr;
     std::map<QString, std::unique_ptr<engine::TableManagement>> managementByTable;
     std::map<QString, std::unique_ptr<engine::EngineIndices>> indicesByTable;
+    // Guards both maps: registration writes them on the host thread while
+    // SQL callbacks and table planning on query threads read them.
+    mutable QReadWriteLock managementLock;
+    // The open connection for cancelQuery, which may run on any thread: the
+    // lock keeps shutDown from closing it while sqlite3_interrupt runs.
+    QMutex interruptLock;
+    sqlite3* interruptible = nullptr;
 
 private:
     void openDatabase();

@@ -11,6 +11,7 @@ packages=(
   libgeos-dev libproj-dev proj-data libgeographiclib-dev
   libgdal-dev libboost-dev
   libgtest-dev googletest libgmock-dev libbenchmark-dev
+  clang-14 clang libclang-rt-14-dev
   locales tzdata
   # Peers of the benchmarks and the PostGIS provider test: SpatiaLite's shell and module,
   # GDAL's tools (also to prepare benchmark data), PostgreSQL with PostGIS, peak RSS.

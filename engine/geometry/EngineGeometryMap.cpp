@@ -30,10 +30,9 @@ EngineGeometryMap::GeometryPtr EngineGeometryMap::get(const void* data, unsigned
     // Decoding is slow: no lock, even if another thread decodes the same bytes.
     GeometryPtr made = make(data, size);
     QWriteLocker locker(&lock);
-    auto it = map.find(key);
-    if (it == map.end())
-        it = map.emplace(QByteArray(static_cast<const char*>(data), static_cast<int>(size)), std::move(made)).first;
-    return it->second;
+    if (auto it = map.find(key); it != map.end())
+        return it->second;
+    return insert(key, made);
 }
 
 void EngineGeometryMap::set(const void* data, unsigned size, const GeometryPtr& geometry)
@@ -41,13 +40,39 @@ void EngineGeometryMap::set(const void* data, unsigned size, const GeometryPtr& 
     const QByteArray key = probe(data, size);
     QWriteLocker locker(&lock);
     if (map.find(key) == map.end())
-        map.emplace(QByteArray(static_cast<const char*>(data), static_cast<int>(size)), geometry);
+        insert(key, geometry);
+}
+
+const EngineGeometryMap::GeometryPtr& EngineGeometryMap::insert(const QByteArray& key, const GeometryPtr& geometry)
+{
+    const auto bytes = static_cast<std::size_t>(key.size());
+    if (entryLimit == 0 || bytes > byteLimit)
+        return geometry;   // never kept, and no reason to drop the others
+    if (map.size() >= entryLimit || keyBytes + bytes > byteLimit) {
+        map.clear();
+        keyBytes = 0;
+    }
+    keyBytes += bytes;
+    // The probe only borrows the caller's bytes: the map keeps a copy.
+    return map.emplace(QByteArray(key.constData(), key.size()), geometry).first->second;
 }
 
 void EngineGeometryMap::clearMap()
 {
     QWriteLocker locker(&lock);
     map.clear();
+    keyBytes = 0;
+}
+
+void EngineGeometryMap::setLimits(std::size_t entries, std::size_t bytes)
+{
+    QWriteLocker locker(&lock);
+    entryLimit = entries;
+    byteLimit = bytes;
+    if (map.size() > entryLimit || keyBytes > byteLimit) {
+        map.clear();
+        keyBytes = 0;
+    }
 }
 
 std::size_t EngineGeometryMap::size() const

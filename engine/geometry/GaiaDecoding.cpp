@@ -1,5 +1,9 @@
 #include "engine/geometry/GaiaDecoding.h"
 
+#include "engine/geometry/GaiaBlobLayout.h"
+
+#include <cstddef>
+
 namespace tessera::engine {
 
 namespace {
@@ -17,17 +21,23 @@ gaiaGeomCollPtr toGaia(const unsigned char* blob, int size)
         return nullptr;
     const auto n = static_cast<unsigned int>(size);
     using Decoder = gaiaGeomCollPtr (*)(const unsigned char*, unsigned int);
-    const Decoder decoders[] = {
-        gaiaFromSpatiaLiteBlobWkb,
-        [](const unsigned char* b, unsigned int s) { return gaiaFromSpatiaLiteBlobWkbEx(b, s, 0, 0); },
-        gaiaFromWkb,
-        gaiaFromFgf,
+    using Layout = bool (*)(const unsigned char*, std::size_t);
+    const struct {
+        Layout fits;
+        Decoder decode;
+    } readers[] = {
+        {fitsSpatiaLiteBlob, gaiaFromSpatiaLiteBlobWkb},
+        {fitsWkb, gaiaFromWkb},
+        {fitsFgf, gaiaFromFgf},
     };
-    // The WKB reader returns an empty collection rather than null for many
-    // byte strings that are no WKB at all (FGF among them), so a result
-    // without any content counts as a failure and the next decoder is tried.
-    for (const Decoder decode : decoders) {
-        if (gaiaGeomCollPtr g = decode(blob, n)) {
+    // SpatiaLite's readers trust the counts in the bytes, so each sees only
+    // bytes whose layout was walked first. The WKB reader also returns an
+    // empty collection rather than null for many byte strings, so a result
+    // without any content counts as a failure and the next reader is tried.
+    for (const auto& reader : readers) {
+        if (!reader.fits(blob, n))
+            continue;
+        if (gaiaGeomCollPtr g = reader.decode(blob, n)) {
             if (hasContent(g))
                 return g;
             gaiaFreeGeomColl(g);

@@ -1,6 +1,6 @@
 #pragma once
-// Decoding of raw SpatiaLite geometry bytes (SpatiaLite blob, its extended
-// form, plain WKB, FGF), in that order.
+// Decoding of raw SpatiaLite geometry bytes (SpatiaLite blob, plain WKB, FGF),
+// in that order, each only after its layout was checked (GaiaBlobLayout.h).
 
 #include <sqlite3.h>   // gaiageo.h needs the SQLite types declared first
 #include <spatialite/gaiageo.h>

@@ -15,8 +15,9 @@
 //   MultiLineString    count, then that many points
 //   Polygon            count of rings, then that many points
 //   MultiPolygon       count of polygons, each a count of rings and the rings
-//   GeometryCollection count, then that many members written as objects
-//                      (empty member pointers are left out)
+//   GeometryCollection count, then that many members written as objects,
+//                      each in full (members are never shared, and a reader
+//                      refuses references); empty member pointers are left out
 //   Arc                rect, startAngle, endAngle
 //   Ellipse            rect
 //   RoundedRectangle   rect, radiusX, radiusY

@@ -56,20 +56,21 @@ void GeometryCollection::saveBody(serialization::TrackingOutputArchive& archive)
     archive.stream() << quint32(present);
     for (const auto& member : ms)
         if (member)
-            archive.saveSerializable(*member);
+            archive.saveUnsharedSerializable(*member);
 }
 
 std::shared_ptr<GeometryCollection> GeometryCollection::load(serialization::TrackingInputArchive& archive,
                                                              quint32 version)
 {
     checkVersion("GeometryCollection", version);
-    // The shortest member is a reference to an earlier object: a null class
-    // name and an index, 8 bytes.
-    const quint32 count = serialization::readCount(archive.stream(), 8);
+    // Members are never shared, so each is an object of its own: a class name
+    // (at least 6 bytes) and a version. Every vertex then takes its own 16
+    // bytes, which bounds the vertices of a geometry by the size of its bytes.
+    const quint32 count = serialization::readCount(archive.stream(), 10);
     std::vector<std::shared_ptr<Geometry>> members;
     members.reserve(std::min<quint32>(count, 1u << 16));
     for (quint32 i = 0; i < count; ++i) {
-        auto member = std::dynamic_pointer_cast<Geometry>(archive.loadSerializable());
+        auto member = std::dynamic_pointer_cast<Geometry>(archive.loadUnsharedSerializable());
         if (!member)
             throw serialization::Error("Archive holds a collection member that is no geometry");
         members.push_back(std::move(member));

@@ -107,9 +107,15 @@ public:
     // Throws Error when objects nest deeper than TrackingInputArchive::maxDepth
     // (such bytes could not be read back).
     void saveSerializable(const Serializable& object);
+    // Writes the object in full even when it was written before (the form
+    // that TrackingInputArchive::loadUnsharedSerializable reads).
+    void saveUnsharedSerializable(const Serializable& object);
 private:
+    void write(const Serializable& object);
+
     OutputArchive& a;
     std::unordered_map<const Serializable*, quint32> seen;
+    quint32 written = 0;
     int depth = 0;
 };
 
@@ -121,9 +127,15 @@ public:
     InputArchive& archive() { return a; }
     // Throws Error for unknown classes and malformed bytes.
     std::shared_ptr<Serializable> loadSerializable();
+    // The same for objects that are never shared: a reference to an earlier
+    // object throws too (a few bytes of references could otherwise expand
+    // exponentially).
+    std::shared_ptr<Serializable> loadUnsharedSerializable();
     // Nesting guard: objects inside objects deeper than this are rejected.
     static constexpr int maxDepth = 64;
 private:
+    std::shared_ptr<Serializable> load(bool allowReference);
+
     InputArchive& a;
     std::vector<std::shared_ptr<Serializable>> seen;
     int depth = 0;

@@ -22,9 +22,21 @@ TrackingInputArchive::~TrackingInputArchive() = default;
 
 std::shared_ptr<Serializable> TrackingInputArchive::loadSerializable()
 {
+    return load(true);
+}
+
+std::shared_ptr<Serializable> TrackingInputArchive::loadUnsharedSerializable()
+{
+    return load(false);
+}
+
+std::shared_ptr<Serializable> TrackingInputArchive::load(bool allowReference)
+{
     QDataStream& s = a.stream();
     const QString tag = readString(s);
     if (tag.isNull()) {
+        if (!allowReference)
+            throw Error("Archive refers back to an object that cannot be shared");
         quint32 index = 0;
         s >> index;
         checkStream(s);

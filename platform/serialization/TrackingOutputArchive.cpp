@@ -8,12 +8,24 @@ TrackingOutputArchive::~TrackingOutputArchive() = default;
 
 void TrackingOutputArchive::saveSerializable(const Serializable& object)
 {
-    QDataStream& s = a.stream();
-    const auto [it, isNew] = seen.emplace(&object, quint32(seen.size()));
+    const auto [it, isNew] = seen.emplace(&object, written);
     if (!isNew) {
-        s << QString() << it->second;
+        a.stream() << QString() << it->second;
         return;
     }
+    write(object);
+}
+
+void TrackingOutputArchive::saveUnsharedSerializable(const Serializable& object)
+{
+    write(object);
+}
+
+void TrackingOutputArchive::write(const Serializable& object)
+{
+    QDataStream& s = a.stream();
+    // The reader numbers every object it reads in full, in this order.
+    ++written;
     if (depth >= TrackingInputArchive::maxDepth)
         throw Error("Objects nest too deeply to be archived");
     const QString tag = object.className();

@@ -100,10 +100,22 @@ bool isSpace(char32_t c)
         || (c >= 0x80 && QChar::isSpace(uint(c)));
 }
 
+// Code points straight into wide characters (UTF-16 where wchar_t has 16
+// bits); QString::fromUcs4 would drop a leading U+FEFF as a byte-order mark.
 std::wstring toWide(const std::u32string& s, std::size_t from, std::size_t to)
 {
-    const std::u32string part = s.substr(from, to - from);
-    return QString::fromUcs4(part.data(), int(part.size())).toStdWString();
+    std::wstring out;
+    out.reserve(to - from);
+    for (std::size_t i = from; i < to; ++i) {
+        const char32_t c = s[i];
+        if (sizeof(wchar_t) == 2 && QChar::requiresSurrogates(uint(c))) {
+            out += static_cast<wchar_t>(QChar::highSurrogate(uint(c)));
+            out += static_cast<wchar_t>(QChar::lowSurrogate(uint(c)));
+        } else {
+            out += static_cast<wchar_t>(c);
+        }
+    }
+    return out;
 }
 
 } // namespace

@@ -39,12 +39,27 @@ std::wstring toLowercase(const std::wstring& text)
                 c = static_cast<wchar_t>(c - L'A' + L'a');
         return result;
     }
-    return QString::fromStdWString(text).toLower().toStdWString();
+    return fromSqlString(text).toLower().toStdWString();
 }
 
 QString fromSqlString(const std::wstring& text)
 {
-    return QString::fromStdWString(text);
+    // Not QString::fromStdWString: with 32-bit wchar_t it goes through the
+    // UTF-32 decoder, which drops a leading U+FEFF as a byte-order mark.
+    if constexpr (sizeof(wchar_t) == 2)
+        return QString::fromStdWString(text);
+    QString result;
+    result.reserve(static_cast<int>(text.size()));
+    for (const wchar_t c : text) {
+        const auto cp = static_cast<char32_t>(c);
+        if (QChar::requiresSurrogates(cp)) {
+            result.append(QChar(QChar::highSurrogate(cp)));
+            result.append(QChar(QChar::lowSurrogate(cp)));
+        } else {
+            result.append(QChar(static_cast<char16_t>(cp)));
+        }
+    }
+    return result;
 }
 
 std::wstring toSqlString(const QString& text)

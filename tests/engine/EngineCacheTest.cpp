@@ -130,7 +130,7 @@ TEST(EngineCache, CachingModesForSpatiaLiteBlobs)
     cache.save(third.constData(), third.size(), always);
     EXPECT_EQ(decode(cache, third, false), saved);
 
-    // clear() forgets geometries only.
+    // clear() forgets geometries (and coordinate-system blocks), nothing else.
     const auto wgs84 = cache.get(4326);
     cache.assignIdToInt(fid(1));
     cache.clear();
@@ -190,6 +190,52 @@ TEST(EngineCache, SpatiaLiteSridAndTesGeoBlocksResolveToSharedCoordinateSystems)
     // Bytes that are no coordinate system give (and keep) an empty pointer.
     EXPECT_FALSE(cache.get(QByteArray("\x00\x00\x00\x00\x07", 5)));
     EXPECT_FALSE(cache.get(QByteArray()));
+}
+
+TEST(EngineCache, StoresAreBoundedAndClearedByClear)
+{
+    QByteArray blocks[3];
+    int i = 0;
+    for (const int epsg : {4326, 3857, 32633}) {
+        auto point = std::make_shared<geometry::Point>(QPointF(1, 2));
+        point->setCoordSystem(cs::CoordSysFactory::defaultCoordSysFactory()->createFromEpsg(epsg));
+        EngineGeometry::serialize(point, [&](const auto&, const QByteArray& bytes) { blocks[i] = bytes; });
+        ASSERT_FALSE(blocks[i++].isEmpty());
+    }
+    // A coordinate system saved under its bytes is what they give until
+    // clear(); then the bytes are read again.
+    TestCache cache;
+    const auto saved = cs::CoordSysFactory::defaultCoordSysFactory()->createFromEpsg(3857);
+    cache.save(blocks[0], saved);
+    EXPECT_EQ(cache.get(blocks[0]), saved);
+    cache.clear();
+    ASSERT_TRUE(cache.get(blocks[0]));
+    EXPECT_EQ(cache.get(blocks[0])->epsg(), 4326);
+
+    // Two blocks at most: the third empties the store.
+    EngineCacheLimits limits = cache.limits();
+    limits.coordSystems = 2;
+    cache.setLimits(limits);
+    cache.save(blocks[0], saved);
+    cache.get(blocks[1]);
+    EXPECT_EQ(cache.get(blocks[0]), saved);
+    cache.get(blocks[2]);
+    EXPECT_NE(cache.get(blocks[0]), saved);
+
+    // One geometry per shard (points of one SRID share a size, so a shard).
+    cache.setUseGaiaCache(GaiaCacheAlways);
+    limits.geometries = EngineCache::shardCount;
+    cache.setLimits(limits);
+    const QByteArray p1 = spatiaLitePoint(1, 1, 0);
+    const QByteArray p2 = spatiaLitePoint(2, 2, 0);
+    const auto kept = decode(cache, p1, true);
+    EXPECT_EQ(decode(cache, p1, true), kept);
+    decode(cache, p2, true);
+    EXPECT_NE(decode(cache, p1, true), kept);
+    // Blobs larger than a shard's byte bound are decoded, never kept.
+    limits.geometryBytes = EngineCache::shardCount * std::size_t(p1.size() - 1);
+    cache.setLimits(limits);
+    EXPECT_NE(decode(cache, p1, true), decode(cache, p1, true));
 }
 
 class StyleCache final : public EngineStyleCache {

@@ -200,6 +200,10 @@ int silentAdapter(sqlite3*, char**, Core*, engine::EngineCache*)
 
 TEST_F(EngineDatabase, TableAdapterModules)
 {
+    // The initialiser is a plain function: its record starts afresh on every run.
+    initialisations = 0;
+    seenCore = nullptr;
+    seenCache = nullptr;
     engine->loadTableAdapterModule(&core, goodAdapter);
     EXPECT_EQ(initialisations, 1);
     EXPECT_EQ(seenCore, &core);

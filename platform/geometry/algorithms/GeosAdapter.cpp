@@ -1,6 +1,7 @@
 #include "platform/geometry/algorithms/GeosAdapter.h"
 
 #include <QLoggingCategory>
+#include <cmath>
 #include <deque>
 #include <stdexcept>
 #include <string>
@@ -12,6 +13,14 @@ namespace tessera::geometry {
 namespace {
 
 static_assert(sizeof(QPointF) == 2 * sizeof(double), "QPointF is two doubles");
+
+// GEOS (3.11) dereferences null in several algorithms when a coordinate is
+// NaN (an interior point of NaN points, say): such input never reaches it.
+void requireFinite(const QPointF& p)
+{
+    if (!std::isfinite(p.x()) || !std::isfinite(p.y()))
+        throw std::runtime_error("A coordinate is not a finite number");
+}
 
 // One GEOS context per thread; its message handler keeps the last error so
 // that exceptions can carry GEOS's own explanation.
@@ -165,6 +174,8 @@ GeosGeometry GeosAdapter::toGeos(const ConstGeometryPtr& g) const
 
 GEOSCoordSequence* GeosAdapter::sequence(const QVector<QPointF>& pts) const
 {
+    for (const QPointF& p : pts)
+        requireFinite(p);
     GEOSCoordSequence* seq = GEOSCoordSeq_copyFromBuffer_r(
         ctx, reinterpret_cast<const double*>(pts.constData()), static_cast<unsigned>(pts.size()), 0, 0);
     if (!seq)
@@ -238,17 +249,26 @@ GEOSGeometry* GeosAdapter::collection(int type, std::vector<GEOSGeometry*>& part
 GEOSGeometry* GeosAdapter::build(const Geometry& g) const
 {
     std::vector<GEOSGeometry*> parts;
-    auto add = [&](GEOSGeometry* part) {
-        if (!part) {
+    // Parts not yet handed to a collection go when a later part throws.
+    struct PartsGuard {
+        GEOSContextHandle_t context;
+        std::vector<GEOSGeometry*>& parts;
+        ~PartsGuard()
+        {
             for (GEOSGeometry* p : parts)
-                GEOSGeom_destroy_r(ctx, p);
-            throw std::runtime_error("GEOS cannot build the geometry: " + lastError());
+                GEOSGeom_destroy_r(context, p);
         }
+    } guard{ctx, parts};
+    auto add = [&](GEOSGeometry* part) {
+        if (!part)
+            throw std::runtime_error("GEOS cannot build the geometry: " + lastError());
         parts.push_back(part);
     };
     switch (g.type()) {
     case GeometryType::Point: {
         const auto& p = static_cast<const Point&>(g);
+        if (!p.isEmpty())
+            requireFinite(p.point());
         return p.isEmpty() ? GEOSGeom_createEmptyPoint_r(ctx)
                            : GEOSGeom_createPointFromXY_r(ctx, p.point().x(), p.point().y());
     }
@@ -257,28 +277,31 @@ GEOSGeometry* GeosAdapter::build(const Geometry& g) const
     case GeometryType::Polygon:
         return polygon(static_cast<const Polygon&>(g).rings());
     case GeometryType::MultiPoint:
-        for (const QPointF& p : static_cast<const MultiPoint&>(g).points())
+        for (const QPointF& p : static_cast<const MultiPoint&>(g).points()) {
+            requireFinite(p);
             add(GEOSGeom_createPointFromXY_r(ctx, p.x(), p.y()));
+        }
         return collection(GEOS_MULTIPOINT, parts);
+    // Empty parts are left out of multi-geometries and collections: GEOS
+    // (3.11) underflows on a line of no points inside a collection, and an
+    // empty part adds nothing to any measure or predicate.
     case GeometryType::MultiLineString:
-        for (const QVector<QPointF>& line : static_cast<const MultiLineString&>(g).lines())
-            add(lineString(line));
+        for (const QVector<QPointF>& line : static_cast<const MultiLineString&>(g).lines()) {
+            if (!line.isEmpty())
+                add(lineString(line));
+        }
         return collection(GEOS_MULTILINESTRING, parts);
     case GeometryType::MultiPolygon:
-        for (const QVector<Ring>& rings : static_cast<const MultiPolygon&>(g).polygons())
-            add(polygon(rings));
+        for (const QVector<Ring>& rings : static_cast<const MultiPolygon&>(g).polygons()) {
+            if (!rings.isEmpty() && !rings.front().isEmpty())
+                add(polygon(rings));
+        }
         return collection(GEOS_MULTIPOLYGON, parts);
     case GeometryType::Collection:
         for (const std::shared_ptr<Geometry>& member : static_cast<const GeometryCollection&>(g).members()) {
-            if (!member)
+            if (!member || member->isEmpty())
                 continue;
-            try {
-                add(build(*linearized(member)));
-            } catch (...) {
-                for (GEOSGeometry* p : parts)
-                    GEOSGeom_destroy_r(ctx, p);
-                throw;
-            }
+            add(build(*linearized(member)));
         }
         return collection(GEOS_GEOMETRYCOLLECTION, parts);
     default:

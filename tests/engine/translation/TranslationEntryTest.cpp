@@ -4,6 +4,7 @@
 #include "TranslationFixture.h"
 
 #include "platform/sql/SqlParser.h"
+#include "tests/Sanitizers.h"
 
 #include <QThread>
 
@@ -60,6 +61,13 @@ TEST_F(TranslationEntryTest, theCollationIsAlwaysLocale)
     EXPECT_EQ(rows(utf8(builder.query())), (std::vector<std::string>{"1"}));
 }
 
+TEST_F(TranslationEntryTest, aLeadingFeffStaysInLiteralsAndNames)
+{
+    const std::string feff = "\xEF\xBB\xBF";
+    EXPECT_EQ(rows(translate("Select '" + feff + "a'")), (std::vector<std::string>{feff + "a"}));
+    EXPECT_NE(translate("Select 1 As [" + feff + "b]").find(feff + "b"), std::string::npos);
+}
+
 TEST_F(TranslationEntryTest, anEarlierQueryIsKept)
 {
     SqliteStringBuilder builder = makeBuilder();
@@ -111,7 +119,7 @@ TEST_F(TranslationEntryTest, deepTextsAreTranslatedOrRefused)
         nestedTranslated = translateQuery(&runtime, "Select " + subqueries, nestedQueries, false)
             && translateQuery(&runtime, calls, nestedCalls, true);
     });
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if TESSERA_SANITIZED
     worker->setStackSize(16 * 1024 * 1024);
 #else
     worker->setStackSize(1024 * 1024);

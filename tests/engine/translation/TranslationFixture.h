@@ -7,6 +7,7 @@
 
 #include "engine/EngineCache.h"
 #include "engine/translation/SqliteStringBuilder.h"
+#include "platform/sql/SqlStrings.h"
 #include "engine/translation/TranslationEntry.h"
 #include "platform/sql/SqlParser.h"
 #include "platform/sql/SqlRuntime.h"
@@ -29,7 +30,7 @@ namespace tessera::engine::test {
 
 inline std::string utf8(const std::wstring& text)
 {
-    return QString::fromStdWString(text).toStdString();
+    return sql::fromSqlString(text).toStdString();
 }
 
 inline std::wstring wide(const std::string& text)

@@ -75,13 +75,13 @@ TEST(GeometryArchive, ByteLayout)
                + QByteArray::fromHex("0000000000000000" "0000000000000000" "4000000000000000" "3ff0000000000000"))
                   .toHex());
 
-    // A collection that holds one member twice writes it once and refers to
-    // it; empty member pointers are left out.
+    // A collection that holds one member twice writes it twice (members are
+    // never shared); empty member pointers are left out.
     auto shared = std::make_shared<Point>(QPointF(3, 4));
     GeometryCollection twice(std::vector<std::shared_ptr<Geometry>>{shared, nullptr, shared});
     const QByteArray bytes = save(twice);
-    const QByteArray expected = tag("GeometryCollection") + QByteArray::fromHex("00000002") + tag("Point")
-        + QByteArray::fromHex("00" "4008000000000000" "4010000000000000" "ffffffff" "00000001");
+    const QByteArray point = tag("Point") + QByteArray::fromHex("00" "4008000000000000" "4010000000000000");
+    const QByteArray expected = tag("GeometryCollection") + QByteArray::fromHex("00000002") + point + point;
     EXPECT_EQ(bytes.toHex(), expected.toHex());
     const auto back = std::dynamic_pointer_cast<GeometryCollection>(load(bytes));
     ASSERT_TRUE(back);
@@ -144,4 +144,13 @@ TEST(GeometryArchive, NestedCollectionsHaveALimit)
         forged += tag("GeometryCollection") + QByteArray::fromHex("00000001");
     forged += tag("Point") + QByteArray::fromHex("01");
     EXPECT_THROW(load(forged), Error);
+}
+
+TEST(GeometryArchive, CollectionMembersCannotReferToEarlierObjects)
+{
+    // A member that refers back to an earlier one: each level of such
+    // references would double the vertices of a few bytes.
+    const QByteArray point = tag("Point") + QByteArray::fromHex("00" "3ff0000000000000" "3ff0000000000000");
+    EXPECT_THROW(load(tag("GeometryCollection") + QByteArray::fromHex("00000002") + point + QByteArray::fromHex("ffffffff" "00000001")),
+                 Error);
 }

@@ -1,4 +1,5 @@
 #include "platform/sql/Lexer.h"
+#include "platform/sql/SqlStrings.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +14,7 @@ std::vector<std::string> kinds(const std::string& text)
     std::vector<std::string> result;
     for (const Token& t : Lexer::tokenize(text))
         if (t.kind != TokenKind::End)
-            result.push_back(std::string(names[int(t.kind)]) + ":" + QString::fromStdWString(t.text).toStdString());
+            result.push_back(std::string(names[int(t.kind)]) + ":" + fromSqlString(t.text).toStdString());
     return result;
 }
 
@@ -48,6 +49,9 @@ TEST(Lexer, TokenKindsAndTexts)
     EXPECT_EQ(kinds("Город Ёлка_2"), (Strings{"word:Город", "word:Ёлка_2"}));
     // A character outside the BMP inside a string survives the round through wide strings.
     EXPECT_EQ(kinds("'\xF0\x9F\x98\x80'"), (Strings{"str:\xF0\x9F\x98\x80"}));
+    // So does a leading U+FEFF (no byte-order mark there, but a character of the text).
+    EXPECT_EQ(kinds("'\xEF\xBB\xBF" "a' [\xEF\xBB\xBF" "b] '\xEF\xBB\xBF'"),
+              (Strings{"str:\xEF\xBB\xBF" "a", "name:\xEF\xBB\xBF" "b", "str:\xEF\xBB\xBF"}));
 }
 
 TEST(Lexer, CommentsAndPositions)

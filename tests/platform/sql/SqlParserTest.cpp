@@ -3,6 +3,7 @@
 #include "platform/sql/SingleTypeVisitor.h"
 #include "platform/sql/SqlRuntime.h"
 #include "tests/platform/sql/TreeText.h"
+#include "tests/Sanitizers.h"
 
 #include <QThread>
 
@@ -45,7 +46,7 @@ std::shared_ptr<ParseError> refusal(const std::string& text)
 
 // The stack of the worker in the deep-nesting test: 1 MB, the smallest main
 // thread stack of a desktop system; sanitizers inflate frames severalfold.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if TESSERA_SANITIZED
 constexpr unsigned stackForDeepTexts = 8 * 1024 * 1024;
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)

@@ -4,6 +4,7 @@
 
 #include "platform/sql/SqlParser.h"
 #include "platform/sql/SqlStringBuilder.h"
+#include "tests/Sanitizers.h"
 
 #include <gtest/gtest.h>
 #include <sqlite3.h>
@@ -368,7 +369,7 @@ TEST(SqlStringBuilderTest, deepTreesAreBuilt)
         chain += " - 1";
     std::string sql;
     QThread* worker = QThread::create([&] { sql = build(chain); });
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if TESSERA_SANITIZED
     worker->setStackSize(16 * 1024 * 1024);
 #else
     worker->setStackSize(1024 * 1024);
