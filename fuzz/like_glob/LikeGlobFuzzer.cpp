@@ -43,10 +43,10 @@ std::string plainAnswer(const std::string& sql, const std::string& a, const std:
 }
 
 // Whether every bracket of a GLOB pattern is closed and no range is reversed
-// ([h-d]). On other patterns the two differ by design: SQLite matches
-// nothing after an unclosed '[' and tests the first character of a reversed
-// range as a literal, and "[!" is a '!' to it; the engine's matcher takes an
-// unclosed '[' literally, a reversed range matches nothing and "[!" negates.
+// ([h-d]). On other patterns the two differ by design (see the dialect
+// reference): SQLite tests the first character of a reversed range as a
+// literal and "[!" is a '!' to it; the engine's matcher matches nothing with a
+// reversed range and "[!" negates. An unclosed '[' matches nothing in both.
 // Those patterns are left out.
 bool wellFormedGlob(const std::string& pattern)
 {
