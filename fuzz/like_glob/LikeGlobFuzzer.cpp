@@ -44,18 +44,14 @@ std::string plainAnswer(const std::string& sql, const std::string& a, const std:
 
 // Whether every bracket of a GLOB pattern is closed and no range is reversed
 // ([h-d]). On other patterns the two differ by design (see the dialect
-// reference): SQLite tests the first character of a reversed range as a
-// literal and "[!" is a '!' to it; the engine's matcher matches nothing with a
-// reversed range and "[!" negates. An unclosed '[' matches nothing in both.
-// Those patterns are left out.
+// reference): SQLite tests the first character of a reversed range, the
+// engine's matcher matches nothing with it. Those patterns are left out.
 bool wellFormedGlob(const std::string& pattern)
 {
     for (std::size_t i = 0; i < pattern.size(); ++i) {
         if (pattern[i] != '[')
             continue;
         std::size_t k = i + 1;
-        if (k < pattern.size() && pattern[k] == '!')
-            return false;
         if (k < pattern.size() && pattern[k] == '^')
             ++k;
         if (k < pattern.size() && pattern[k] == ']')
