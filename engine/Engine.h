@@ -4,6 +4,8 @@
 // table-adapter modules into it, translates the dialect, and hands out the
 // engine cache.
 
+#include "engine/EngineExport.h"
+
 #include <QBitArray>
 #include <QObject>
 #include <QSqlDatabase>
@@ -29,7 +31,7 @@ class TableManagement;
 class EngineIndices;
 }
 
-class Engine : public QObject {
+class TESSERA_ENGINE_EXPORT Engine : public QObject {
     Q_OBJECT
 public:
     enum CheckParseResults { AnyResult = 0, ExpressionOnly = 1 };

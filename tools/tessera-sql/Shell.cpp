@@ -4,8 +4,8 @@
 #include "engine/EngineCache.h"
 #include "engine/geometry/GeometryConversions.h"
 #include "engine/translation/SqliteStringBuilder.h"
-#include "modules/functions/FunctionModule.h"
 #include "platform/core/Core.h"
+#include "platform/core/Extensions.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
 #include "tools/tessera-sql/ErrorText.h"
@@ -25,6 +25,9 @@ struct Shell::Private {
     ShellOptions options;
     std::unique_ptr<Core> core;
     Engine* engine = nullptr;
+    QVector<plugin::PluginInfo> pluginFailures;
+
+    bool listPlugins(QTextStream& out) const;
 };
 
 Shell::Shell(ShellOptions options)
@@ -32,13 +35,38 @@ Shell::Shell(ShellOptions options)
 {
     d->options = options;
     d->core = std::make_unique<Core>();
-    d->engine = Engine::load(d->core.get());
-    d->engine->loadTableAdapterModule(d->core.get(), &modules::initFunctionModule);
+    plugin::PluginManager& plugins = d->core->extensionManager()->plugins();
+    for (const QString& path : options.pluginPaths + plugin::PluginManager::defaultSearchPath())
+        plugins.addPath(path);
+    d->pluginFailures = plugins.load(d->core.get());
+    d->engine = d->core->findService<Engine>();
+    if (!d->engine) {
+        QString reason = QStringLiteral("no engine plug-in found");
+        for (const auto& failure : d->pluginFailures)
+            if (failure.name == QLatin1String("engine"))
+                reason = failure.error;
+        throw std::runtime_error(QStringLiteral("the engine is not loaded: %1").arg(reason).toStdString());
+    }
 }
 
-Shell::~Shell()
+// The core unloads the plug-ins in reverse order before it goes.
+Shell::~Shell() = default;
+
+QVector<plugin::PluginInfo> Shell::pluginFailures() const
 {
-    Engine::unload(d->core.get());
+    return d->pluginFailures;
+}
+
+bool Shell::Private::listPlugins(QTextStream& out) const
+{
+    ResultSet result;
+    result.columns << QStringLiteral("name") << QStringLiteral("version") << QStringLiteral("file");
+    for (const auto& p : core->extensionManager()->plugins().plugins())
+        if (p.loaded)
+            result.rows << QVector<QVariant>{p.name, p.version, p.file};
+    printResult(out, result, options.format);
+    out.flush();
+    return true;
 }
 
 const ShellOptions& Shell::options() const
@@ -90,6 +118,8 @@ bool Shell::runScript(const QString& script, QTextStream& out, QTextStream& err)
 
 bool Shell::runStatement(const QString& statement, QTextStream& out, QTextStream& err)
 {
+    if (statement.trimmed() == QLatin1String(".plugins"))
+        return d->listPlugins(out);
     QString text = statement;
     if (!d->options.raw) {
         QString error;

@@ -9,13 +9,14 @@
 // degrees (very long edges, high latitudes), the result may still be a little
 // too large.
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/algorithms/EarthModel.h"
 
 #include <GeographicLib/Geodesic.hpp>
 
 namespace tessera::geometry {
 
-class GeodesicNearest {
+class TESSERA_GEOMETRY_ALGORITHMS_EXPORT GeodesicNearest {
 public:
     // `model` measures; `surface` traces the edges (the sphere of a spherical
     // model, else the ellipsoid of the coordinates).

@@ -23,7 +23,12 @@ struct Outcome {
 class ShellTest : public ::testing::Test {
 protected:
     // The engine is made once per process, so the whole suite shares one shell.
-    static void SetUpTestSuite() { shell = new Shell(ShellOptions{}); }
+    static void SetUpTestSuite()
+    {
+        ShellOptions options;
+        options.pluginPaths << QStringLiteral(TESSERA_PLUGIN_DIR);
+        shell = new Shell(options);
+    }
     static void TearDownTestSuite() { delete shell; shell = nullptr; }
 
     void SetUp() override { shell->setOptions(ShellOptions{}); }
