@@ -1,6 +1,7 @@
 #pragma once
-// Symbols of the host core (service registry, extensions, plug-ins, settings) seen from outside its shared library: exported
-// while the library itself is compiled, imported everywhere else.
+// Symbols of the host core (service registry, extensions, plug-ins, settings)
+// seen from outside its shared library: exported while the library itself is
+// compiled, imported everywhere else.
 
 #include <QtGlobal>
 

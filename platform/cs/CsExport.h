@@ -1,6 +1,7 @@
 #pragma once
-// Symbols of the coordinate-system library seen from outside its shared library: exported
-// while the library itself is compiled, imported everywhere else.
+// Symbols of the coordinate-system library seen from outside its shared
+// library: exported while the library itself is compiled, imported everywhere
+// else.
 
 #include <QtGlobal>
 

@@ -1,6 +1,6 @@
 #pragma once
-// Symbols of the utilities library seen from outside its shared library: exported
-// while the library itself is compiled, imported everywhere else.
+// Symbols of the utilities library seen from outside its shared library:
+// exported while the library itself is compiled, imported everywhere else.
 
 #include <QtGlobal>
 

@@ -1,6 +1,7 @@
 #pragma once
-// Symbols of the geometry algorithms (also Algorithms.h and MifService.h) seen from outside its shared library: exported
-// while the library itself is compiled, imported everywhere else.
+// Symbols of the geometry algorithms (also Algorithms.h and MifService.h) seen
+// from outside its shared library: exported while the library itself is
+// compiled, imported everywhere else.
 
 #include <QtGlobal>
 
