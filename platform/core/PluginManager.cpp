@@ -218,7 +218,10 @@ QVector<PluginInfo> PluginManager::load(Core* core)
 {
     // Candidates in order of precedence.
     std::vector<Candidate> candidates;
-    for (const QString& path : std::exchange(d->pending, {})) {
+    for (const QString& given : std::exchange(d->pending, {})) {
+        // Absolute: QPluginLoader looks a relative name up in Qt's library
+        // paths, not in the working folder.
+        const QString path = QFileInfo(given).absoluteFilePath();
         const QFileInfo info(path);
         if (info.isDir()) {
             const QDir dir(path);

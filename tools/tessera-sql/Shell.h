@@ -3,9 +3,8 @@
 // module and any others), running dialect statements (or raw SQLite ones) and
 // printing results.
 
-#include "tools/tessera-sql/ResultPrinter.h"
-
 #include "platform/core/PluginManager.h"
+#include "tools/tessera-sql/ResultPrinter.h"
 
 #include <QString>
 #include <QStringList>

@@ -5,6 +5,8 @@
 #include "platform/core/Extensions.h"
 #include "platform/core/PluginManager.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QStringList>
 #include <QVariant>
 #include <gtest/gtest.h>
@@ -93,6 +95,21 @@ TEST(PluginManager, RefusesASecondPluginOfALoadedName)
     ASSERT_EQ(failures.size(), 1);
     EXPECT_EQ(failures[0].name, QStringLiteral("alpha"));
     EXPECT_TRUE(failures[0].error.startsWith(QStringLiteral("a plug-in of that name is already loaded"))) << failures[0].error.toStdString();
+}
+
+TEST(PluginManager, FindsARelativePathInTheWorkingFolder)
+{
+    const QFileInfo alpha(QStringLiteral(TEST_PLUGIN_ALPHA));
+    const QString previous = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(alpha.absolutePath()));
+    Core core;
+    PluginManager& plugins = core.extensionManager()->plugins();
+    plugins.addPath(alpha.fileName());
+    const auto failures = plugins.load(&core);
+    QDir::setCurrent(previous);
+    EXPECT_TRUE(failures.isEmpty()) << failures.value(0).error.toStdString();
+    ASSERT_EQ(plugins.plugins().size(), 1);
+    EXPECT_EQ(plugins.plugins()[0].file, alpha.absoluteFilePath());
 }
 
 } // namespace
