@@ -5,6 +5,7 @@
 // engine cache.
 
 #include "engine/EngineCatalogue.h"
+#include "engine/EngineExport.h"
 
 #include <QBitArray>
 #include <QObject>
@@ -31,7 +32,7 @@ class TableManagement;
 class EngineIndices;
 }
 
-class Engine : public QObject {
+class TESSERA_ENGINE_EXPORT Engine : public QObject {
     Q_OBJECT
 public:
     enum CheckParseResults { AnyResult = 0, ExpressionOnly = 1 };

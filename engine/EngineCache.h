@@ -6,6 +6,7 @@
 // registered resemblance extensions. Every SQL callback of the engine gets it
 // as its user data.
 
+#include "engine/EngineExport.h"
 #include "engine/geometry/EngineGeometry.h"
 #include "engine/geometry/EngineGeometryMap.h"
 #include "platform/dp/FeatureId.h"
@@ -28,7 +29,7 @@ namespace tessera::cs { class CoordSystem; }
 namespace tessera::engine {
 
 // Per-table style data kept by the plug-ins that draw tables.
-class EngineStyleCache {
+class TESSERA_ENGINE_EXPORT EngineStyleCache {
 public:
     virtual ~EngineStyleCache();
     virtual void clear() = 0;
@@ -44,7 +45,7 @@ enum GaiaCache : std::int32_t {
     GaiaCacheOnRequest = 2, // keep them when geometryInfo is asked to
 };
 
-class EngineCache {
+class TESSERA_ENGINE_EXPORT EngineCache {
 public:
     static constexpr int shardCount = 17;
 

@@ -4,6 +4,8 @@
 // Decoding happens outside the lock; the first geometry inserted for a key
 // wins and is what every racing caller receives.
 
+#include "engine/EngineExport.h"
+
 #include <QByteArray>
 #include <QReadWriteLock>
 #include <functional>
@@ -14,7 +16,7 @@ namespace tessera::geometry { class Geometry; }
 
 namespace tessera::engine {
 
-class EngineGeometryMap {
+class TESSERA_ENGINE_EXPORT EngineGeometryMap {
 public:
     using GeometryPtr = std::shared_ptr<const geometry::Geometry>;
     using Maker = std::function<GeometryPtr(const void*, unsigned)>;

@@ -180,6 +180,16 @@ bool dropIndex(MetaContext& context, const QStringList& arguments)
     return true;
 }
 
+bool plugins(MetaContext& context, const QStringList&)
+{
+    ResultSet result;
+    result.columns = QStringList{QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("file")};
+    for (const auto& p : context.shell.loadedPlugins())
+        result.rows.push_back({p.name, p.version, p.file});
+    printResult(context.out, result, context.shell.options().format);
+    return true;
+}
+
 bool help(MetaContext& context, const QStringList&)
 {
     for (const MetaCommand& command : metaCommands())
@@ -198,6 +208,7 @@ const std::vector<MetaCommand>& metaCommands()
         {".index", ".index TABLE COLUMN[,COLUMN...]", "build and fill an index over columns of an open table", 2, -1, index},
         {".indexes", ".indexes [TABLE]", "the indices with their columns and rows", 0, 1, indexes},
         {".operators", ".operators", "the operation codes the engine translates", 0, 0, operators},
+        {".plugins", ".plugins", "the plug-ins loaded, with their versions and files", 0, 0, plugins},
     };
     return commands;
 }

@@ -4,8 +4,8 @@
 #include "engine/EngineCache.h"
 #include "engine/geometry/GeometryConversions.h"
 #include "engine/translation/SqliteStringBuilder.h"
-#include "modules/functions/FunctionModule.h"
 #include "platform/core/Core.h"
+#include "platform/core/Extensions.h"
 #include "platform/dp/Table.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
@@ -34,6 +34,7 @@ struct Shell::Private {
     // Opened tables stay here: an index is built from the table itself.
     std::map<QString, std::shared_ptr<dp::Table>> tables;
     std::map<QString, std::vector<int>> indexIds;
+    QVector<plugin::PluginInfo> pluginFailures;
 };
 
 namespace {
@@ -60,14 +61,37 @@ Shell::Shell(ShellOptions options)
 {
     d->options = options;
     d->core = std::make_unique<Core>();
-    d->engine = Engine::load(d->core.get());
-    d->engine->loadTableAdapterModule(d->core.get(), &modules::initFunctionModule);
+    plugin::PluginManager& plugins = d->core->extensionManager()->plugins();
+    for (const QString& path : options.pluginPaths + plugin::PluginManager::defaultSearchPath())
+        plugins.addPath(path);
+    d->pluginFailures = plugins.load(d->core.get());
+    d->engine = d->core->findService<Engine>();
+    if (!d->engine) {
+        QString reason = QStringLiteral("no engine plug-in found");
+        for (const auto& failure : d->pluginFailures)
+            if (failure.name == QLatin1String("engine"))
+                reason = failure.error;
+        throw std::runtime_error(QStringLiteral("the engine is not loaded: %1").arg(reason).toStdString());
+    }
+    // Plug-ins register functions too: read the list once they are all in.
     d->functions = functionWhiteList(*d->engine);
 }
 
-Shell::~Shell()
+// The core unloads the plug-ins in reverse order before it goes.
+Shell::~Shell() = default;
+
+QVector<plugin::PluginInfo> Shell::pluginFailures() const
 {
-    Engine::unload(d->core.get());
+    return d->pluginFailures;
+}
+
+QVector<plugin::PluginInfo> Shell::loadedPlugins() const
+{
+    QVector<plugin::PluginInfo> loaded;
+    for (const auto& p : d->core->extensionManager()->plugins().plugins())
+        if (p.loaded)
+            loaded << p;
+    return loaded;
 }
 
 const ShellOptions& Shell::options() const

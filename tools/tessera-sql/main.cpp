@@ -89,7 +89,10 @@ int main(int argc, char* argv[])
         QStringLiteral("Run the text as SQLite SQL, without translation."));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
         QStringLiteral("Show the engine's debug and info log on standard error."));
-    parser.addOptions({commandOption, openOption, formatOption, translateOption, rawOption, verboseOption});
+    const QCommandLineOption pluginOption(QStringLiteral("plugin"),
+        QStringLiteral("Load the plug-in at PATH (a file or a folder of plug-ins) besides those of the plug-in folder."),
+        QStringLiteral("PATH"));
+    parser.addOptions({commandOption, openOption, formatOption, translateOption, rawOption, verboseOption, pluginOption});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Script of statements to run."), QStringLiteral("[FILE]"));
     parser.process(app);
     // The engine logs through Qt's categories; a shell shows only warnings
@@ -118,8 +121,14 @@ int main(int argc, char* argv[])
         return 2;
     }
 
+    options.pluginPaths = parser.values(pluginOption);
+
     try {
         Shell shell(options);
+        // The shell goes on without a plug-in that failed.
+        for (const auto& failure : shell.pluginFailures())
+            err << "warning: plug-in " << failure.name << " not loaded: " << failure.error << '\n';
+        err.flush();
         for (const QString& opening : parser.values(openOption)) {
             const int eq = opening.lastIndexOf('=');
             const QString path = eq > 0 ? opening.left(eq) : opening;
