@@ -322,6 +322,17 @@ void Engine::clearIndices(const std::shared_ptr<dp::Table>& table)
         management->reset();
 }
 
+engine::EngineIndices* Engine::findIndices(const QString& name) const
+{
+    const auto it = d->indicesByTable.find(name);
+    return it == d->indicesByTable.end() ? nullptr : it->second.get();
+}
+
+void Engine::dropIndices(const QString& name)
+{
+    d->indicesByTable.erase(name);
+}
+
 sql::FunctionSet Engine::sqlFunctionSet(QFlags<sql::FunctionInfo::TypeMask> mask)
 {
     return engine::availableFunctionSet(d->database, mask);

@@ -71,6 +71,12 @@ public:
     // Drops the storage of the table's index store (the store stays) and
     // resets the table's management.
     void clearIndices(const std::shared_ptr<dp::Table>& table);
+    // The index store of the table named `name` when one was made, else null
+    // (never makes one: query planning asks for every table).
+    engine::EngineIndices* findIndices(const QString& name) const;
+    // Forgets the store of the table named `name`, storage and all: the
+    // table has gone, or its name now belongs to another.
+    void dropIndices(const QString& name);
 
     // The dialect functions that can run on the engine connection, of the
     // kinds in `mask` (see EngineCatalogue.h), and the operators offered.

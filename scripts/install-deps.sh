@@ -8,7 +8,9 @@ packages=(
   qtbase5-dev libqt5sql5-sqlite
   libsqlite3-dev libspatialite-dev
   libgeos-dev libproj-dev proj-data libgeographiclib-dev
-  libgdal-dev
+  libgdal-dev libboost-dev
+  sqlite3 libsqlite3-mod-spatialite gdal-bin
+  postgresql postgresql-postgis
   libgtest-dev googletest libgmock-dev libbenchmark-dev
   locales tzdata
 )

@@ -6,6 +6,11 @@ namespace tessera::dp {
 
 Table::~Table() = default;
 
+std::unique_ptr<FeatureCursor> Table::filteredFeatures(const FeatureFilter&) const
+{
+    return features();
+}
+
 FeatureId Table::insertFeature(const Feature&)
 {
     return {};

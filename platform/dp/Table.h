@@ -7,6 +7,7 @@
 #include "platform/dp/DataObject.h"
 #include "platform/dp/Feature.h"
 #include "platform/dp/FeatureCursor.h"
+#include "platform/dp/FeatureFilter.h"
 #include "platform/dp/TableSchema.h"
 
 #include <memory>
@@ -27,6 +28,10 @@ public:
     virtual std::shared_ptr<Feature> feature(const FeatureId& id) const = 0;
     // Every feature, in the table's own order.
     virtual std::unique_ptr<FeatureCursor> features() const = 0;
+    // Features that may meet `filter`, for tables whose source can filter
+    // (canFilter()); others return every feature.
+    virtual bool canFilter() const { return false; }
+    virtual std::unique_ptr<FeatureCursor> filteredFeatures(const FeatureFilter& filter) const;
 
     // Tables are read-only unless an implementation says otherwise; the
     // changing operations then fail.

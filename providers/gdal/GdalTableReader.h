@@ -1,19 +1,16 @@
 #pragma once
 // Reads a vector layer of a GIS file (anything GDAL/OGR opens: GeoJSON,
-// Shapefile, GeoPackage, MIF/TAB, CSV, ...) into an in-memory table.
+// Shapefile, GeoPackage, MIF/TAB, CSV, ...) into an in-memory table: for
+// callers that want a detached copy rather than the live GdalTable.
+
+#include "providers/gdal/GdalError.h"
 
 #include <QString>
 #include <memory>
-#include <stdexcept>
 
 namespace tessera::dp { class MemoryTable; }
 
 namespace tessera::providers {
-
-class GdalError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
 
 class GdalTableReader {
 public:

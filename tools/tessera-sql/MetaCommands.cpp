@@ -30,7 +30,7 @@ std::shared_ptr<dp::Table> openedTable(MetaContext& context, const QString& name
 {
     auto table = context.shell.table(name);
     if (!table)
-        fail(context, QStringLiteral("no table %1 is open (open one with --open PATH[=NAME])").arg(name));
+        fail(context, QStringLiteral("no table %1 is open (open one with .open PATH or --open PATH[=NAME])").arg(name));
     return table;
 }
 
@@ -50,6 +50,17 @@ EngineIndices* storeOf(MetaContext& context, const std::shared_ptr<dp::Table>& t
         return nullptr;
     }
     return store;
+}
+
+// The indices built on `table` with .index that its store still holds: an
+// edit of the table, a reset, .close and .rename drop the store's storage.
+std::vector<int>& builtIndices(MetaContext& context, const dp::Table& table)
+{
+    std::vector<int>& ids = context.shell.indexIds(table.name());
+    const EngineIndices* store = context.shell.engine().findIndices(table.name());
+    if (!store || !store->isCorrect())
+        ids.clear();
+    return ids;
 }
 
 QStringList indexColumns(const EngineIndices& store, int index, const dp::TableSchema& schema)
@@ -104,10 +115,10 @@ bool index(MetaContext& context, const QStringList& arguments)
     if (columns.empty())
         return fail(context, QStringLiteral("name the columns to index"));
 
+    std::vector<int>& built = builtIndices(context, *table);
     EngineIndices* store = storeOf(context, table);
     if (!store)
         return false;
-    std::vector<int>& built = context.shell.indexIds(table->name());
     const int id = store->addIndex(columns);
     if (id < 0)
         return fail(context, QStringLiteral("columns %1 of table %2 cannot be indexed (geometry and style columns cannot, nor a column twice)")
@@ -150,10 +161,10 @@ bool indexes(MetaContext& context, const QStringList& arguments)
     result.columns = QStringList{QStringLiteral("table"), QStringLiteral("index"), QStringLiteral("columns"), QStringLiteral("rows")};
     for (const QString& name : tables) {
         const auto table = context.shell.table(name);
-        const std::vector<int>& ids = context.shell.indexIds(name);
-        if (!table || ids.empty())
+        if (!table)
             continue;
-        EngineIndices* store = context.shell.engine().indices(table);
+        const std::vector<int>& ids = builtIndices(context, *table);
+        const EngineIndices* store = context.shell.engine().findIndices(name);
         for (int id : ids) {
             const auto statistics = store->statistics(id);
             result.rows.push_back({name, id, indexColumns(*store, id, table->schema()).join(QLatin1Char(',')),
@@ -171,7 +182,7 @@ bool dropIndex(MetaContext& context, const QStringList& arguments)
         return false;
     bool ok = false;
     const int id = arguments[1].toInt(&ok);
-    std::vector<int>& ids = context.shell.indexIds(table->name());
+    std::vector<int>& ids = builtIndices(context, *table);
     const auto it = std::find(ids.begin(), ids.end(), id);
     if (!ok || it == ids.end())
         return fail(context, QStringLiteral("table %1 has no index %2 (.indexes lists them)").arg(table->name(), arguments[1]));
@@ -190,6 +201,48 @@ bool plugins(MetaContext& context, const QStringList&)
     return true;
 }
 
+bool openSource(MetaContext& context, const QStringList& arguments)
+{
+    // After PATH: KEY=VALUE words are GDAL open options, the first other word the name.
+    QString name;
+    QStringList openOptions;
+    for (const QString& word : arguments.mid(1)) {
+        if (word.contains(QLatin1Char('=')))
+            openOptions << word;
+        else if (name.isEmpty())
+            name = word;
+        else
+            return fail(context, QStringLiteral("usage: .open PATH [NAME] [KEY=VALUE ...]"));
+    }
+    QString error;
+    return context.shell.openFile(arguments.front(), name, openOptions, error) || fail(context, error);
+}
+
+bool listTables(MetaContext& context, const QStringList&)
+{
+    for (const QString& name : context.shell.tableNames())
+        context.out << name << '\n';
+    return true;
+}
+
+bool closeSource(MetaContext& context, const QStringList& arguments)
+{
+    QString error;
+    return context.shell.closeTable(arguments.front(), error) || fail(context, error);
+}
+
+bool renameSource(MetaContext& context, const QStringList& arguments)
+{
+    QString error;
+    return context.shell.renameTable(arguments[0], arguments[1], error) || fail(context, error);
+}
+
+bool showSchema(MetaContext& context, const QStringList& arguments)
+{
+    QString error;
+    return context.shell.describeTable(arguments.value(0), context.out, error) || fail(context, error);
+}
+
 bool help(MetaContext& context, const QStringList&)
 {
     for (const MetaCommand& command : metaCommands())
@@ -202,13 +255,18 @@ bool help(MetaContext& context, const QStringList&)
 const std::vector<MetaCommand>& metaCommands()
 {
     static const std::vector<MetaCommand> commands = {
+        {".close", ".close NAME", "close a table (its virtual table is dropped)", 1, 1, closeSource},
         {".dropindex", ".dropindex TABLE INDEX", "drop an index built with .index", 2, 2, dropIndex},
         {".functions", ".functions [MASK]", "the dialect functions available (1 scalar, 2 aggregate, 8 window)", 0, 1, functions},
         {".help", ".help", "this list", 0, 0, help},
         {".index", ".index TABLE COLUMN[,COLUMN...]", "build and fill an index over columns of an open table", 2, -1, index},
         {".indexes", ".indexes [TABLE]", "the indices with their columns and rows", 0, 1, indexes},
+        {".open", ".open PATH [NAME] [KEY=VALUE ...]", "open a GIS source as a live table (KEY=VALUE: GDAL open options)", 1, -1, openSource},
         {".operators", ".operators", "the operation codes the engine translates", 0, 0, operators},
         {".plugins", ".plugins", "the plug-ins loaded, with their versions and files", 0, 0, plugins},
+        {".rename", ".rename OLD NEW", "rename a table", 2, 2, renameSource},
+        {".schema", ".schema [NAME]", "the columns of a table, or of every table", 0, 1, showSchema},
+        {".tables", ".tables", "the tables of the catalog", 0, 0, listTables},
     };
     return commands;
 }

@@ -4,22 +4,27 @@
 #include "engine/EngineCache.h"
 #include "engine/geometry/GeometryConversions.h"
 #include "engine/translation/SqliteStringBuilder.h"
+#include "modules/tables/TableAdapterExtension.h"
+#include "modules/tables/TableAdapterModule.h"
 #include "platform/core/Core.h"
 #include "platform/core/Extensions.h"
+#include "platform/dp/DataCatalog.h"
 #include "platform/dp/Table.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
+#include "providers/gdal/GdalTable.h"
 #include "tools/tessera-sql/ErrorText.h"
 #include "tools/tessera-sql/GeometryText.h"
 #include "tools/tessera-sql/MetaCommands.h"
 #include "tools/tessera-sql/StatementSplitter.h"
-#include "tools/tessera-sql/TableImporter.h"
 
+#include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTextStream>
-#include <algorithm>
+#include <functional>
+#include <map>
 #include <stdexcept>
 
 namespace tessera::shell {
@@ -31,8 +36,9 @@ struct Shell::Private {
     // The functions a statement may call; read again after anything that
     // can register functions (opening a file loads a module).
     engine::SqliteStringBuilder::NameSet functions;
-    // Opened tables stay here: an index is built from the table itself.
-    std::map<QString, std::shared_ptr<dp::Table>> tables;
+    dp::DataCatalog* catalog = nullptr;                    // owned by the core
+    modules::TableAdapterExtension* extension = nullptr;   // owned by the core
+    // The indices built with .index, by table name (the store keeps them).
     std::map<QString, std::vector<int>> indexIds;
     QVector<plugin::PluginInfo> pluginFailures;
 };
@@ -54,6 +60,19 @@ engine::SqliteStringBuilder::NameSet functionWhiteList(Engine& engine)
     return names;
 }
 
+// "file.gpkg:roads" is layer roads of file.gpkg, unless the whole text names
+// a file (or is a connection string such as "PG:...").
+void splitLayer(const QString& text, QString& path, QString& layer)
+{
+    path = text;
+    layer.clear();
+    const int colon = text.lastIndexOf(QLatin1Char(':'));
+    if (colon > 1 && !QFileInfo::exists(text) && QFileInfo::exists(text.left(colon))) {
+        path = text.left(colon);
+        layer = text.mid(colon + 1);
+    }
+}
+
 } // namespace
 
 Shell::Shell(ShellOptions options)
@@ -73,6 +92,12 @@ Shell::Shell(ShellOptions options)
                 reason = failure.error;
         throw std::runtime_error(QStringLiteral("the engine is not loaded: %1").arg(reason).toStdString());
     }
+    d->engine->loadTableAdapterModule(d->core.get(), &modules::initTableAdapterModule);
+    d->catalog = new dp::DataCatalog(d->core.get());
+    d->core->registerService(d->catalog);
+    d->extension = new modules::TableAdapterExtension(d->core.get());
+    d->extension->dependencyManager().setCore(d->core.get());
+    d->extension->linkDataCatalog();
     // Plug-ins register functions too: read the list once they are all in.
     d->functions = functionWhiteList(*d->engine);
 }
@@ -106,12 +131,118 @@ void Shell::setOptions(ShellOptions options)
 
 bool Shell::openFile(const QString& path, const QString& name, QString& error)
 {
-    std::shared_ptr<dp::Table> table;
-    const bool opened = importTable(*d->engine, path, name, error, &table);
-    d->functions = functionWhiteList(*d->engine);
-    if (!opened)
+    return openFile(path, name, QStringList(), error);
+}
+
+bool Shell::openFile(const QString& text, const QString& name, const QStringList& openOptions, QString& error)
+{
+    providers::GdalTable::Options options;
+    QString path;
+    splitLayer(text, path, options.layer);
+    options.openOptions = openOptions;
+    if (!name.isEmpty()) {
+        if (d->catalog->findByName(name)) {
+            error = QStringLiteral("cannot open %1: a table named %2 is open").arg(text, name);
+            return false;
+        }
+        options.name = name;
+    } else if (QFileInfo::exists(path)) {
+        options.name = dp::DataObject::makeValidObjectName(options.layer.isEmpty() ? QFileInfo(path).completeBaseName() : options.layer);
+    }
+    std::shared_ptr<providers::GdalTable> table;
+    try {
+        table = providers::GdalTable::open(path, options);
+        table->setName(d->catalog->uniqueName(table->name()));
+        // The extension creates the virtual table as the catalog reports it.
+        d->catalog->addDataObject(table);
+        d->functions = functionWhiteList(*d->engine);
+    } catch (const std::exception& e) {
+        // A table the engine could not take leaves the catalog again.
+        if (table && d->catalog->findById(table->id()))
+            d->catalog->closeDataObject(table->id());
+        QStringList reasons;
+        const std::function<void(const std::exception&)> collect = [&](const std::exception& x) {
+            reasons << QString::fromUtf8(x.what());
+            try {
+                std::rethrow_if_nested(x);
+            } catch (const std::exception& inner) {
+                collect(inner);
+            } catch (...) {
+            }
+        };
+        collect(e);
+        error = reasons.join(QLatin1String(": "));
         return false;
-    d->tables[table->name()] = table;
+    }
+    return true;
+}
+
+QStringList Shell::tableNames() const
+{
+    QStringList names;
+    for (const auto& object : d->catalog->dataObjects())
+        names << object->name();
+    return names;
+}
+
+bool Shell::closeTable(const QString& name, QString& error)
+{
+    const auto object = d->catalog->findByName(name);
+    if (!object) {
+        error = QStringLiteral("no table named %1").arg(name);
+        return false;
+    }
+    return d->catalog->closeDataObject(object->id());
+}
+
+bool Shell::renameTable(const QString& oldName, const QString& newName, QString& error)
+{
+    const auto object = d->catalog->findByName(oldName);
+    if (!object) {
+        error = QStringLiteral("no table named %1").arg(oldName);
+        return false;
+    }
+    const auto other = d->catalog->findByName(newName);
+    if (other && other != object) {
+        error = QStringLiteral("a table named %1 is open").arg(newName);
+        return false;
+    }
+    const QString valid = dp::DataObject::makeValidObjectName(newName);
+    if (valid != newName) {
+        error = QStringLiteral("%1 is not a valid table name (%2 would be)").arg(newName, valid);
+        return false;
+    }
+    object->setName(newName);   // the catalog tells the extension, which renames the table
+    return true;
+}
+
+bool Shell::describeTable(const QString& name, QTextStream& out, QString& error) const
+{
+    QList<dp::DataObjectPtr> objects;
+    if (name.isEmpty()) {
+        objects = d->catalog->dataObjects();
+    } else if (auto object = d->catalog->findByName(name)) {
+        objects << object;
+    } else {
+        error = QStringLiteral("no table named %1").arg(name);
+        return false;
+    }
+    for (const auto& object : objects) {
+        const auto table = std::dynamic_pointer_cast<dp::Table>(object);
+        if (!table)
+            continue;
+        out << object->name() << " (" << object->tableSourceDescription() << ")\n";
+        // The virtual table's columns, one per attribute in schema order.
+        QSqlQuery columns(d->engine->engineDatabase());
+        columns.prepare(QStringLiteral("Select name, type From pragma_table_info(?)"));
+        columns.addBindValue(object->name());
+        columns.exec();
+        const dp::TableSchema schema = table->schema();
+        for (int i = 0; i < schema.count() && columns.next(); ++i)
+            out << "  " << schema.attribute(i)->name() << ": " << columns.value(0).toString() << ' '
+                << columns.value(1).toString() << '\n';
+    }
+    out.flush();
     return true;
 }
 
@@ -122,19 +253,7 @@ Engine& Shell::engine() const
 
 std::shared_ptr<dp::Table> Shell::table(const QString& name) const
 {
-    auto it = d->tables.find(name);
-    if (it == d->tables.end())
-        it = std::find_if(d->tables.begin(), d->tables.end(),
-                          [&](const auto& entry) { return entry.first.compare(name, Qt::CaseInsensitive) == 0; });
-    return it == d->tables.end() ? nullptr : it->second;
-}
-
-QStringList Shell::tableNames() const
-{
-    QStringList names;
-    for (const auto& entry : d->tables)
-        names << entry.first;
-    return names;
+    return std::dynamic_pointer_cast<dp::Table>(d->catalog->findByName(name));
 }
 
 std::vector<int>& Shell::indexIds(const QString& table)

@@ -9,7 +9,6 @@
 #include <QString>
 #include <QStringList>
 #include <QVector>
-#include <map>
 #include <memory>
 #include <vector>
 
@@ -45,10 +44,23 @@ public:
     const ShellOptions& options() const;
     void setOptions(ShellOptions options);
 
-    // Opens a GIS file (GeoJSON, Shapefile, GeoPackage, MIF/TAB, CSV, ...) as
-    // table `name` (the file's base name when empty). False with a message in
-    // `error` when it cannot be read.
+    // Opens a GIS source (GeoJSON, Shapefile, GeoPackage, MIF/TAB, CSV, a
+    // "PG:..." connection, ...) as table `name` (the file's base name when
+    // empty) in the shell's data catalog; the table adapter serves it live.
+    // "file.gpkg:roads" names a layer. `openOptions` are GDAL open options
+    // (KEY=VALUE). False with a message in `error` when it cannot be opened
+    // or the name is taken.
     bool openFile(const QString& path, const QString& name, QString& error);
+    bool openFile(const QString& path, const QString& name, const QStringList& openOptions, QString& error);
+
+    // The tables of the catalog, in the order they were opened.
+    QStringList tableNames() const;
+    // Closes a table (its virtual table is dropped).
+    bool closeTable(const QString& name, QString& error);
+    bool renameTable(const QString& oldName, const QString& newName, QString& error);
+    // One line per column: the attribute's name and its SQLite column text;
+    // every table when `name` is empty.
+    bool describeTable(const QString& name, QTextStream& out, QString& error) const;
 
     // Runs every statement and meta-command (MetaCommands.h) of the script;
     // stops at the first failing one. Returns false after an error, which is
@@ -60,9 +72,8 @@ public:
     bool translate(const QString& statement, QString& sqlite, QString& error) const;
 
     Engine& engine() const;
-    // A table opened with openFile: exact name first, then ignoring case.
+    // A table of the catalog: exact name first, then ignoring case.
     std::shared_ptr<dp::Table> table(const QString& name) const;
-    QStringList tableNames() const;
     // The ids of the indices built on a table with .index (kept in its store).
     std::vector<int>& indexIds(const QString& table);
 

@@ -80,7 +80,10 @@ int main(int argc, char* argv[])
     const QCommandLineOption commandOption({QStringLiteral("c"), QStringLiteral("command")},
         QStringLiteral("Run QUERY (may be given several times)."), QStringLiteral("QUERY"));
     const QCommandLineOption openOption({QStringLiteral("o"), QStringLiteral("open")},
-        QStringLiteral("Open a GIS file as a table; NAME defaults to the file's base name."), QStringLiteral("PATH[=NAME]"));
+        QStringLiteral("Open a GIS source as a table, served live; NAME defaults to the file's base name. "
+                       "PATH may name a layer (file.gpkg:roads) or be a connection string (PG:...)."), QStringLiteral("PATH[=NAME]"));
+    const QCommandLineOption openOptionOption(QStringLiteral("open-option"),
+        QStringLiteral("GDAL open option for the sources of --open (may be given several times)."), QStringLiteral("KEY=VALUE"));
     const QCommandLineOption formatOption(QStringLiteral("format"),
         QStringLiteral("Output format: table (default), csv or json."), QStringLiteral("FORMAT"), QStringLiteral("table"));
     const QCommandLineOption translateOption(QStringLiteral("translate"),
@@ -92,7 +95,7 @@ int main(int argc, char* argv[])
     const QCommandLineOption pluginOption(QStringLiteral("plugin"),
         QStringLiteral("Load the plug-in at PATH (a file or a folder of plug-ins) besides those of the plug-in folder."),
         QStringLiteral("PATH"));
-    parser.addOptions({commandOption, openOption, formatOption, translateOption, rawOption, verboseOption, pluginOption});
+    parser.addOptions({commandOption, openOption, openOptionOption, formatOption, translateOption, rawOption, verboseOption, pluginOption});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Script of statements to run."), QStringLiteral("[FILE]"));
     parser.process(app);
     // The engine logs through Qt's categories; a shell shows only warnings
@@ -134,7 +137,7 @@ int main(int argc, char* argv[])
             const QString path = eq > 0 ? opening.left(eq) : opening;
             const QString name = eq > 0 ? opening.mid(eq + 1) : QString();
             QString error;
-            if (!shell.openFile(path, name, error)) {
+            if (!shell.openFile(path, name, parser.values(openOptionOption), error)) {
                 err << "error: " << error << '\n';
                 return 1;
             }

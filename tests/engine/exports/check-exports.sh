@@ -11,6 +11,7 @@ exported=(
     "tessera::Engine::load(tessera::Core*)"
     "tessera::Engine::unload(tessera::Core*)"
     "tessera::Engine::staticMetaObject"
+    "tessera::EngineExtension::staticMetaObject"
     "tessera::Engine::tryToTranslate("
     "tessera::engine::SqliteStringBuilder::SqliteStringBuilder("
     "tessera::engine::EngineCache::"
