@@ -4,8 +4,6 @@
 #include "engine/EngineCache.h"
 #include "engine/geometry/GeometryConversions.h"
 #include "engine/translation/SqliteStringBuilder.h"
-#include "modules/tables/TableAdapterExtension.h"
-#include "modules/tables/TableAdapterModule.h"
 #include "platform/core/Core.h"
 #include "platform/core/Extensions.h"
 #include "platform/dp/DataCatalog.h"
@@ -36,8 +34,7 @@ struct Shell::Private {
     // The functions a statement may call; read again after anything that
     // can register functions (opening a file loads a module).
     engine::SqliteStringBuilder::NameSet functions;
-    dp::DataCatalog* catalog = nullptr;                    // owned by the core
-    modules::TableAdapterExtension* extension = nullptr;   // owned by the core
+    dp::DataCatalog* catalog = nullptr;   // owned by the core; the tables plug-in follows it
     // The indices built with .index, by table name (the store keeps them).
     std::map<QString, std::vector<int>> indexIds;
     QVector<plugin::PluginInfo> pluginFailures;
@@ -92,12 +89,16 @@ Shell::Shell(ShellOptions options)
                 reason = failure.error;
         throw std::runtime_error(QStringLiteral("the engine is not loaded: %1").arg(reason).toStdString());
     }
-    d->engine->loadTableAdapterModule(d->core.get(), &modules::initTableAdapterModule);
-    d->catalog = new dp::DataCatalog(d->core.get());
-    d->core->registerService(d->catalog);
-    d->extension = new modules::TableAdapterExtension(d->core.get());
-    d->extension->dependencyManager().setCore(d->core.get());
-    d->extension->linkDataCatalog();
+    // The tables plug-in serves the catalog's tables; without it nothing
+    // could be opened.
+    d->catalog = d->core->findService<dp::DataCatalog>();
+    if (!d->catalog) {
+        QString reason = QStringLiteral("no tables plug-in found");
+        for (const auto& failure : d->pluginFailures)
+            if (failure.name == QLatin1String("tables"))
+                reason = failure.error;
+        throw std::runtime_error(QStringLiteral("the table adapter is not loaded: %1").arg(reason).toStdString());
+    }
     // Plug-ins register functions too: read the list once they are all in.
     d->functions = functionWhiteList(*d->engine);
 }
