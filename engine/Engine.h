@@ -23,6 +23,7 @@
 //   the connection, or nothing once the connection is closed.
 
 #include "engine/EngineCatalogue.h"
+#include "engine/EngineExport.h"
 
 #include <QBitArray>
 #include <QObject>
@@ -49,7 +50,7 @@ class TableManagement;
 class EngineIndices;
 }
 
-class Engine : public QObject {
+class TESSERA_ENGINE_EXPORT Engine : public QObject {
     Q_OBJECT
 public:
     enum CheckParseResults { AnyResult = 0, ExpressionOnly = 1 };

@@ -6,6 +6,7 @@
 // registered resemblance extensions. Every SQL callback of the engine gets it
 // as its user data.
 
+#include "engine/EngineExport.h"
 #include "engine/geometry/EngineGeometry.h"
 #include "engine/geometry/EngineGeometryMap.h"
 #include "platform/dp/FeatureId.h"
@@ -28,7 +29,7 @@ namespace tessera::cs { class CoordSystem; }
 namespace tessera::engine {
 
 // Per-table style data kept by the plug-ins that draw tables.
-class EngineStyleCache {
+class TESSERA_ENGINE_EXPORT EngineStyleCache {
 public:
     virtual ~EngineStyleCache();
     virtual void clear() = 0;
@@ -47,7 +48,7 @@ enum GaiaCache : std::int32_t {
 // Bounds of the engine cache. A store that is full is emptied before its
 // next insertion: no bookkeeping on the look-up path, and what is in use comes
 // back at its next read. Settings keys in engine/EngineCacheSettings.h.
-struct EngineCacheLimits {
+struct TESSERA_ENGINE_EXPORT EngineCacheLimits {
     std::size_t geometries = 65536;                // decoded geometries, over all shards
     std::size_t geometryBytes = std::size_t(256) << 20;   // their blob bytes, over all shards
     std::size_t coordSystems = 4096;               // coordinate systems by stored bytes
@@ -55,7 +56,7 @@ struct EngineCacheLimits {
 // Compiled regular expressions: 1024, least recently used first out (regexCache).
 // Coordinate systems by EPSG code: one per code in use, bounded by the codes PROJ knows.
 
-class EngineCache {
+class TESSERA_ENGINE_EXPORT EngineCache {
 public:
     static constexpr int shardCount = 17;
 

@@ -20,7 +20,8 @@ namespace tessera::sql { class SqlRuntime; }
 
 namespace tessera {
 
-class Engine::Internal final : public engine::EngineCache {
+// Hidden: a nested class would otherwise share the exported Engine's visibility.
+class Q_DECL_HIDDEN Engine::Internal final : public engine::EngineCache {
 public:
     // Opens and prepares the database; throws on any failure.
     explicit Internal(Engine* owner);

@@ -4,6 +4,8 @@
 // get fixed hidden names, which the translator uses for the dialect's object
 // and style columns; further ones keep their own names.
 
+#include "engine/EngineExport.h"
+
 #include <QSharedDataPointer>
 #include <QString>
 
@@ -21,7 +23,7 @@ inline constexpr char styleColumnName[] = "d39f65c319974aa198a899a89b1240c7";
 
 // What one table's column definitions have given out so far. Use a fresh
 // state for every table.
-class SchemaState {
+class TESSERA_ENGINE_EXPORT SchemaState {
 public:
     enum Bit : unsigned {
         GeometryColumnNamed = 1,   // the geometry column name is taken
@@ -46,7 +48,7 @@ private:
 // Names other than the fixed ones are quoted with `quote`. A geometry
 // attribute's coordinate system is saved in `cache` (when given) under its
 // EPSG code. Throws std::invalid_argument for a null attribute.
-QString toString(const QSharedDataPointer<dp::AttributeDefinition>& attribute, SchemaState& state,
+TESSERA_ENGINE_EXPORT QString toString(const QSharedDataPointer<dp::AttributeDefinition>& attribute, SchemaState& state,
                  EngineCache* cache, char quote);
 
 } // namespace tessera::engine

@@ -3,6 +3,8 @@
 // the table so that the engine can detach, rename and reset it, and find the
 // table's coordinate system for SQL functions.
 
+#include "engine/EngineExport.h"
+
 #include <QString>
 #include <memory>
 
@@ -11,7 +13,7 @@ namespace tessera::dp { class Table; }
 
 namespace tessera::engine {
 
-class TableManagement {
+class TESSERA_ENGINE_EXPORT TableManagement {
 public:
     virtual ~TableManagement();
 

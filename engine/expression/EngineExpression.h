@@ -6,6 +6,8 @@
 // callers translate dialect text with Engine::translate and name columns
 // with fieldName. The table is dropped with the object.
 
+#include "engine/EngineExport.h"
+
 #include <QCoreApplication>
 #include <QSharedDataPointer>
 #include <QSqlDatabase>
@@ -26,7 +28,7 @@ namespace tessera::engine {
 class EngineCache;
 class SchemaState;
 
-class EngineExpression {
+class TESSERA_ENGINE_EXPORT EngineExpression {
     Q_DECLARE_TR_FUNCTIONS(tessera::engine::EngineExpression)
 public:
     // Creates the table; failures leave the object invalid with the reason in

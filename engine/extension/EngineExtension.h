@@ -5,6 +5,7 @@
 // re-creates that table as the object is closed, renamed or reset. A subclass
 // supplies only the module name and arguments for an object.
 
+#include "engine/EngineExport.h"
 #include "platform/core/DependencyManager.h"
 #include "platform/core/Extensions.h"
 #include "platform/dp/DataObject.h"
@@ -27,7 +28,7 @@ class DataCatalog;
 class Table;
 }
 
-class EngineExtension : public QObject, public plugin::Extension, public di::HasDependencies {
+class TESSERA_ENGINE_EXPORT EngineExtension : public QObject, public plugin::Extension, public di::HasDependencies {
     Q_OBJECT
 public:
     explicit EngineExtension(QObject* parent = nullptr);

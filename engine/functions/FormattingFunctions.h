@@ -3,6 +3,8 @@
 // (QLocale() at the time of the call), and locale number text back into
 // plain C-locale number text.
 
+#include "engine/EngineExport.h"
+
 #include <QString>
 #include <QTime>
 #include <sqlite3.h>
@@ -11,15 +13,15 @@ class QLocale;
 
 namespace tessera::engine {
 
-void formatDate(sqlite3_context* ctx, int argc, sqlite3_value** argv);
-void formatTime(sqlite3_context* ctx, int argc, sqlite3_value** argv);
-void formatNumber(sqlite3_context* ctx, int argc, sqlite3_value** argv);
-void deformat(sqlite3_context* ctx, int argc, sqlite3_value** argv);
-void formatNumberByPattern(sqlite3_context* ctx, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void formatDate(sqlite3_context* ctx, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void formatTime(sqlite3_context* ctx, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void formatNumber(sqlite3_context* ctx, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void deformat(sqlite3_context* ctx, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void formatNumberByPattern(sqlite3_context* ctx, int argc, sqlite3_value** argv);
 
 // A time by the small pattern language of formatTime: H, HH, h, hh (hour
 // modulo 12), m, mm, s, ss, f, ff, fff (milliseconds from the hundreds
 // digit), t, tt (AM/PM text); other characters are copied as Latin-1.
-QString formatTimeByPattern(const QTime& time, const QString& pattern, const QLocale& locale);
+TESSERA_ENGINE_EXPORT QString formatTimeByPattern(const QTime& time, const QString& pattern, const QLocale& locale);
 
 } // namespace tessera::engine

@@ -9,30 +9,32 @@
 // the matching limits is an SQL error. The user data, when set, is the
 // engine's EngineCache, whose store keeps the compiled expressions.
 
+#include "engine/EngineExport.h"
+
 #include <QCollator>
 #include <sqlite3.h>
 
 namespace tessera::engine {
 
 // like(pattern, text): 1 or 0, ignoring case, no escape character.
-void caseInsensitiveLike(sqlite3_context* context, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void caseInsensitiveLike(sqlite3_context* context, int argc, sqlite3_value** argv);
 // like(pattern, text, escape): the first character of `escape` escapes; NULL
 // or empty means none.
-void caseInsensitiveLikeEscape(sqlite3_context* context, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void caseInsensitiveLikeEscape(sqlite3_context* context, int argc, sqlite3_value** argv);
 // glob(pattern, text): 1 or 0, ignoring case.
-void caseInsensitiveGlob(sqlite3_context* context, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void caseInsensitiveGlob(sqlite3_context* context, int argc, sqlite3_value** argv);
 // regexp(pattern, text): 1 when the expression matches anywhere, case-sensitive.
-void regular(sqlite3_context* context, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void regular(sqlite3_context* context, int argc, sqlite3_value** argv);
 
 // casesensitivecompare(a, b): code-unit order, negative, zero or positive.
-void caseSensitiveCompare(sqlite3_context* context, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void caseSensitiveCompare(sqlite3_context* context, int argc, sqlite3_value** argv);
 // localecompare(a, b): order of the current locale.
-void caseSensitiveLocaleCompare(sqlite3_context* context, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void caseSensitiveLocaleCompare(sqlite3_context* context, int argc, sqlite3_value** argv);
 
 // A collator for the default locale, case-insensitive, punctuation significant.
-QCollator collator();
+TESSERA_ENGINE_EXPORT QCollator collator();
 // Compares two UTF-16 strings given as byte lengths and pointers, as SQLite
 // hands them to a collation callback.
-int collatorCompare(const QCollator& collator, int length1, const void* data1, int length2, const void* data2);
+TESSERA_ENGINE_EXPORT int collatorCompare(const QCollator& collator, int length1, const void* data1, int length2, const void* data2);
 
 } // namespace tessera::engine

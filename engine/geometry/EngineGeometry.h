@@ -6,6 +6,8 @@
 // archive (without its coordinate system); type 1, present only when the
 // geometry has a coordinate system, holds a version and the coordinate system.
 
+#include "engine/EngineExport.h"
+
 #include <QByteArray>
 #include <functional>
 #include <memory>
@@ -15,7 +17,7 @@ namespace tessera::geometry { class Geometry; }
 
 namespace tessera::engine {
 
-class EngineGeometry {
+class TESSERA_ENGINE_EXPORT EngineGeometry {
 public:
     using CoordSystemSink = std::function<void(const std::shared_ptr<cs::CoordSystem>&, const QByteArray&)>;
     using CoordSystemResolver = std::function<std::shared_ptr<cs::CoordSystem>(const void* data, int size)>;

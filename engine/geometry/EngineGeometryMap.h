@@ -7,6 +7,8 @@
 // size of the decoded geometry): an insertion that would pass either bound
 // empties the map first.
 
+#include "engine/EngineExport.h"
+
 #include <QByteArray>
 #include <QReadWriteLock>
 #include <functional>
@@ -17,7 +19,7 @@ namespace tessera::geometry { class Geometry; }
 
 namespace tessera::engine {
 
-class EngineGeometryMap {
+class TESSERA_ENGINE_EXPORT EngineGeometryMap {
 public:
     using GeometryPtr = std::shared_ptr<const geometry::Geometry>;
     using Maker = std::function<GeometryPtr(const void*, unsigned)>;

@@ -3,6 +3,8 @@
 // engine's geometry: the translator wraps each argument of a SpatiaLite
 // function call in it (SQL name "TesGeoToSpatiaLite").
 
+#include "engine/EngineExport.h"
+
 #include <sqlite3.h>
 
 namespace tessera::engine::sqlfn {
@@ -11,6 +13,6 @@ namespace tessera::engine::sqlfn {
 // the SpatiaLite blob of the same geometry and coordinate system; every
 // other value (SpatiaLite blobs, numbers, texts, NULL, other blobs) passes
 // unchanged. User data: the engine cache.
-void tesGeoToSpatiaLite(sqlite3_context* ctx, int argc, sqlite3_value** argv);
+TESSERA_ENGINE_EXPORT void tesGeoToSpatiaLite(sqlite3_context* ctx, int argc, sqlite3_value** argv);
 
 } // namespace tessera::engine::sqlfn

@@ -47,6 +47,7 @@
 // storage is not usable (isCorrect() false) answers -1 or an empty result
 // and throws nothing.
 
+#include "engine/EngineExport.h"
 #include "platform/dp/TableSchema.h"
 
 #include <QList>
@@ -63,7 +64,7 @@ namespace tessera::engine {
 class EngineCache;
 class EngineIndicesSetup;
 
-class EngineIndices {
+class TESSERA_ENGINE_EXPORT EngineIndices {
 public:
     struct Column {
         int attribute = -1;

@@ -2,6 +2,8 @@
 // Makes index stores. There is one factory per process; it builds the SQLite
 // store from a setup.
 
+#include "engine/EngineExport.h"
+
 #include <memory>
 
 namespace tessera::engine {
@@ -10,7 +12,7 @@ class EngineCache;
 class EngineIndices;
 class EngineIndicesSetup;
 
-class EngineIndicesFactory {
+class TESSERA_ENGINE_EXPORT EngineIndicesFactory {
 public:
     static const EngineIndicesFactory& instance();
 

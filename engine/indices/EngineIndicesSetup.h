@@ -11,13 +11,15 @@
 //                             a private temporary folder that goes with the
 //                             store
 
+#include "engine/EngineExport.h"
+
 #include <QVariant>
 #include <map>
 #include <string>
 
 namespace tessera::engine {
 
-class EngineIndicesSetup {
+class TESSERA_ENGINE_EXPORT EngineIndicesSetup {
 public:
     void set(const std::string& key, QVariant value) { values[key] = std::move(value); }
     bool contains(const std::string& key) const { return values.count(key) != 0; }

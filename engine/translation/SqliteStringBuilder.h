@@ -7,6 +7,7 @@
 // for rownum in the query's own order, and collects errors instead of
 // throwing.
 
+#include "engine/EngineExport.h"
 #include "engine/translation/CaseInsensitiveLess.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStringBuilder.h"
@@ -39,7 +40,7 @@ class EngineCache;
 inline constexpr const wchar_t* geometryColumnName = L"cd750f8a9a2b4fac9b9b05eb53795d97";
 inline constexpr const wchar_t* styleColumnName = L"d39f65c319974aa198a899a89b1240c7";
 
-class SqliteStringBuilder : public sql::SqlStringBuilder {
+class TESSERA_ENGINE_EXPORT SqliteStringBuilder : public sql::SqlStringBuilder {
 public:
     using NamePair = std::pair<std::wstring, std::wstring>;
     using NameSet = std::set<QString, caseInsensitiveLess>;

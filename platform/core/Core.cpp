@@ -2,6 +2,7 @@
 
 #include "platform/core/Extensions.h"
 #include "platform/core/Logging.h"
+#include "platform/core/PluginManager.h"
 #include "platform/core/Settings.h"
 
 #include <QPointer>
@@ -43,6 +44,8 @@ Core::Core(QObject* parent)
 
 Core::~Core()
 {
+    // While the core is whole: plug-ins may still look services up.
+    d->extensions.plugins().unload(this);
     Core* expected = this;
     applicationCore.compare_exchange_strong(expected, nullptr);
 }

@@ -4,6 +4,8 @@
 // manager through which plug-ins meet their extensions, and carries the typed
 // settings of the application.
 
+#include "platform/core/CoreExport.h"
+
 #include <QObject>
 #include <QReadWriteLock>
 #include <QString>
@@ -15,7 +17,7 @@ namespace tessera {
 namespace plugin { class ExtensionManager; }
 class Settings;
 
-class Core : public QObject {
+class TESSERA_CORE_EXPORT Core : public QObject {
     Q_OBJECT
 public:
     explicit Core(QObject* parent = nullptr);

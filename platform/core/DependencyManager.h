@@ -4,6 +4,8 @@
 // declared callbacks once the services exist (now or when they are registered
 // later), and hands them out on request.
 
+#include "platform/core/CoreExport.h"
+
 #include <QMetaObject>
 #include <QObject>
 #include <QPointer>
@@ -18,7 +20,7 @@ class Core;
 
 namespace tessera::di {
 
-class DependencyManager {
+class TESSERA_CORE_EXPORT DependencyManager {
 public:
     using Callback = std::function<void(QObject*)>;
 
@@ -67,7 +69,7 @@ private:
 };
 
 // Base of objects that declare dependencies.
-class HasDependencies {
+class TESSERA_CORE_EXPORT HasDependencies {
 public:
     virtual ~HasDependencies();
     DependencyManager& dependencyManager() { return manager; }

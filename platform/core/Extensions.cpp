@@ -1,5 +1,7 @@
 #include "platform/core/Extensions.h"
 
+#include "platform/core/PluginManager.h"
+
 #include <QMutex>
 
 namespace tessera::plugin {
@@ -8,6 +10,7 @@ struct ExtensionManager::Private {
     mutable QMutex mutex;
     std::vector<Extension*> extensions;
     std::vector<std::unique_ptr<ExtensionConsumer>> consumers;
+    mutable PluginManager plugins;
 };
 
 ExtensionManager::ExtensionManager()
@@ -45,6 +48,11 @@ void ExtensionManager::registerExtensionConsumer(ExtensionConsumer* consumer)
     }
     for (auto* extension : known)
         consumer->consume(extension);
+}
+
+PluginManager& ExtensionManager::plugins() const
+{
+    return d->plugins;
 }
 
 std::vector<Extension*> ExtensionManager::extensions() const

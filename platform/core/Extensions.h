@@ -2,18 +2,22 @@
 // Plug-in extensions: objects that one plug-in offers and others consume.
 // A consumer sees every extension registered before and after it.
 
+#include "platform/core/CoreExport.h"
+
 #include <QPointer>
 #include <memory>
 #include <vector>
 
 namespace tessera::plugin {
 
-class Extension {
+class PluginManager;
+
+class TESSERA_CORE_EXPORT Extension {
 public:
     virtual ~Extension() = default;
 };
 
-class ExtensionConsumer {
+class TESSERA_CORE_EXPORT ExtensionConsumer {
 public:
     virtual ~ExtensionConsumer() = default;
     virtual void consume(Extension* extension) = 0;
@@ -33,7 +37,7 @@ private:
     QPointer<Target> target;
 };
 
-class ExtensionManager {
+class TESSERA_CORE_EXPORT ExtensionManager {
 public:
     ExtensionManager();
     ~ExtensionManager();
@@ -42,6 +46,8 @@ public:
     // Owned by the manager.
     void registerExtensionConsumer(ExtensionConsumer* consumer);
     std::vector<Extension*> extensions() const;
+    // The plug-ins of the core that owns this manager.
+    PluginManager& plugins() const;
 private:
     struct Private;
     std::unique_ptr<Private> d;

@@ -10,11 +10,13 @@
 // made or metaTypeId() is called, so QVariant::toDouble() and toString()
 // work on such variants.
 
+#include "platform/core/CoreExport.h"
+
 #include <QMetaType>
 #include <QString>
 #include <QtGlobal>
 
-class QDecNumber {
+class TESSERA_CORE_EXPORT QDecNumber {
 public:
     // Largest number of significant digits kept.
     static constexpr int maxDigits = 18;

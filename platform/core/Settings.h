@@ -3,6 +3,8 @@
 // defaults. A SettingKey<T> names a setting together with its type and
 // default, so readers need not repeat either.
 
+#include "platform/core/CoreExport.h"
+
 #include <QReadWriteLock>
 #include <QString>
 #include <QStringList>
@@ -24,7 +26,7 @@ inline const SettingKey<bool> useCaseInsensitiveGlob{"UseCaseInsensitiveGlob", t
 inline const SettingKey<QString> collate{"Collate", QStringLiteral("Locale")};
 } // namespace settings
 
-class Settings {
+class TESSERA_CORE_EXPORT Settings {
 public:
     // Starts with the engine's defaults registered.
     Settings();

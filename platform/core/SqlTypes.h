@@ -2,6 +2,8 @@
 // SQL column types for Qt meta-type ids: the names under which attribute
 // types are declared in SQLite tables.
 
+#include "platform/core/CoreExport.h"
+
 #include <QString>
 
 namespace tessera {
@@ -12,10 +14,10 @@ namespace tessera {
 // "Blob" (no affinity) for byte arrays, geometries and types without a
 // better name, "Boolean", "Decimal", "Date", "Time" and "DateTime" (numeric
 // affinity, which keeps the engine's date texts as they are).
-QString sqlName(int metaTypeId);
+TESSERA_CORE_EXPORT QString sqlName(int metaTypeId);
 
 // True for the integer meta-types (signed and unsigned char, short, int,
 // long and long long); false for bool, floating types and everything else.
-bool isPlainInt(int metaTypeId);
+TESSERA_CORE_EXPORT bool isPlainInt(int metaTypeId);
 
 } // namespace tessera

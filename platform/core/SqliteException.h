@@ -2,6 +2,8 @@
 // An error of an operation on an SQLite connection: the caller's text plus the
 // connection's SQLite error code and message at the time of the throw.
 
+#include "platform/core/CoreExport.h"
+
 #include <QString>
 #include <stdexcept>
 #include <string>
@@ -10,7 +12,7 @@ struct sqlite3;
 
 namespace tessera::err {
 
-class SqliteException : public std::runtime_error {
+class TESSERA_CORE_EXPORT SqliteException : public std::runtime_error {
 public:
     // `db` may be null; the SQLite part is then left out.
     SqliteException(sqlite3* db, const QString& message);

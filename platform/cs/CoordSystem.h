@@ -2,12 +2,14 @@
 // Coordinate systems on PROJ. A CoordSystem is immutable once made and may be
 // shared between threads; every PROJ call inside it uses a per-thread context.
 
+#include "platform/cs/CsExport.h"
+
 #include <QString>
 #include <memory>
 
 namespace tessera::cs {
 
-class CoordSystem {
+class TESSERA_CS_EXPORT CoordSystem {
 public:
     ~CoordSystem();
     CoordSystem(const CoordSystem&) = delete;
@@ -45,7 +47,7 @@ private:
     std::unique_ptr<Private> d;
 };
 
-class CoordSysFactory {
+class TESSERA_CS_EXPORT CoordSysFactory {
 public:
     // The process-wide factory.
     static CoordSysFactory* defaultCoordSysFactory();

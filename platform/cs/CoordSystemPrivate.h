@@ -3,6 +3,7 @@
 // when it was made. No PROJ object is kept here: those are per thread
 // (ProjThreadState), made again from `definition` where needed.
 
+#include "platform/cs/CsExport.h"
 #include "platform/cs/CoordSystem.h"
 
 #include <atomic>
@@ -10,7 +11,7 @@
 
 namespace tessera::cs {
 
-struct CoordSystem::Private {
+struct TESSERA_CS_EXPORT CoordSystem::Private {
     // Unique for the process lifetime; keys the per-thread PROJ caches.
     quint64 serial = 0;
     // Text PROJ makes this system from ("EPSG:4326", a PROJ string, WKT).

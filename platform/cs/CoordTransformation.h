@@ -4,6 +4,7 @@
 // must outlive the object. One thread at a time may use it; a thread that
 // takes it over uses a PROJ operation of its own.
 
+#include "platform/cs/CsExport.h"
 #include "platform/cs/CoordSystem.h"
 
 #include <QPointF>
@@ -11,7 +12,7 @@
 
 namespace tessera::cs {
 
-class CoordTransformation {
+class TESSERA_CS_EXPORT CoordTransformation {
 public:
     // Throws std::runtime_error when PROJ has no operation between the two.
     CoordTransformation(const CoordSystem& source, const CoordSystem& target);

@@ -4,6 +4,8 @@
 // definition text the first time it needs them; they are cached per thread.
 // Internal to the coordinate-system library and the geometry transformations.
 
+#include "platform/cs/CsExport.h"
+
 #include <QString>
 #include <proj.h>
 
@@ -15,7 +17,7 @@ class CoordSystem;
 
 // A PJ object together with the context it was made in; the context lives
 // as long as any object made in it, even past its thread's end.
-class ProjObject {
+class TESSERA_CS_EXPORT ProjObject {
 public:
     ProjObject(std::shared_ptr<PJ_CONTEXT> context, PJ* pj) : ctx(std::move(context)), p(pj) {}
     ~ProjObject() { if (p) proj_destroy(p); }
@@ -29,7 +31,7 @@ private:
 };
 using ProjObjectPtr = std::shared_ptr<const ProjObject>;
 
-class ProjThreadState {
+class TESSERA_CS_EXPORT ProjThreadState {
 public:
     // The calling thread's context.
     static PJ_CONTEXT* context();

@@ -5,6 +5,8 @@
 // rendition) are subclasses, and the pointer copies them polymorphically on
 // detach through clone().
 
+#include "platform/dp/DpExport.h"
+
 #include <QMetaType>
 #include <QSharedData>
 #include <QSharedDataPointer>
@@ -12,7 +14,7 @@
 
 namespace tessera::dp {
 
-class AttributeDefinition : public QSharedData {
+class TESSERA_DP_EXPORT AttributeDefinition : public QSharedData {
 public:
     AttributeDefinition(QString name, int type);
     virtual ~AttributeDefinition();

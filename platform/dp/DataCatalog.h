@@ -3,6 +3,7 @@
 // id or by name. Names are unique ignoring case (as SQL table names are):
 // an object added under a name in use is renamed with a numeric suffix.
 
+#include "platform/dp/DpExport.h"
 #include "platform/dp/DataObject.h"
 
 #include <QList>
@@ -11,7 +12,7 @@
 
 namespace tessera::dp {
 
-class DataCatalog : public QObject {
+class TESSERA_DP_EXPORT DataCatalog : public QObject {
     Q_OBJECT
 public:
     explicit DataCatalog(QObject* parent = nullptr);

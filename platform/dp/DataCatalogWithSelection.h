@@ -2,12 +2,13 @@
 // A catalog that also keeps the user's current selection. SQL reads the
 // selection under the reserved table name "Selection".
 
+#include "platform/dp/DpExport.h"
 #include "platform/dp/DataCatalog.h"
 #include "platform/dp/Selection.h"
 
 namespace tessera::dp {
 
-class DataCatalogWithSelection : public DataCatalog {
+class TESSERA_DP_EXPORT DataCatalogWithSelection : public DataCatalog {
     Q_OBJECT
 public:
     explicit DataCatalogWithSelection(QObject* parent = nullptr);

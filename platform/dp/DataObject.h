@@ -4,6 +4,8 @@
 // source that tells SQL integration which virtual-table module serves it.
 // Data objects are shared as DataObjectPtr and must not have a Qt parent.
 
+#include "platform/dp/DpExport.h"
+
 #include <QMetaType>
 #include <QObject>
 #include <QString>
@@ -12,7 +14,7 @@
 
 namespace tessera::dp {
 
-class DataObject : public QObject {
+class TESSERA_DP_EXPORT DataObject : public QObject {
     Q_OBJECT
 public:
     explicit DataObject(const QString& name, QUuid id = QUuid::createUuid());

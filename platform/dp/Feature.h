@@ -5,6 +5,7 @@
 // geometry::Geometry> in a QVariant); rendition attributes hold their style
 // text; an invalid QVariant is a missing (NULL) value.
 
+#include "platform/dp/DpExport.h"
 #include "platform/dp/FeatureId.h"
 #include "platform/dp/GeometryValue.h"
 #include "platform/dp/TableSchema.h"
@@ -14,7 +15,7 @@
 
 namespace tessera::dp {
 
-class Feature {
+class TESSERA_DP_EXPORT Feature {
 public:
     Feature() = default;
     // Every value starts missing.

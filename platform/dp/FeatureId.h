@@ -2,12 +2,14 @@
 // The identifier of a feature in its table: a QVariant (integer, text, uuid,
 // ...). Invalid (null) when default-constructed. Ordered by utils::compare.
 
+#include "platform/dp/DpExport.h"
+
 #include <QMetaType>
 #include <QVariant>
 
 namespace tessera::dp {
 
-class FeatureId {
+class TESSERA_DP_EXPORT FeatureId {
 public:
     FeatureId() = default;
     explicit FeatureId(QVariant value) : v(std::move(value)) {}

@@ -2,6 +2,7 @@
 // The attribute that holds a table's geometries, with their coordinate
 // system. Its values are geometry variants (GeometryValue.h).
 
+#include "platform/dp/DpExport.h"
 #include "platform/dp/AttributeDefinition.h"
 
 #include <memory>
@@ -10,7 +11,7 @@ namespace tessera::cs { class CoordSystem; }
 
 namespace tessera::dp {
 
-class GeometryAttributeDefinition : public AttributeDefinition {
+class TESSERA_DP_EXPORT GeometryAttributeDefinition : public AttributeDefinition {
 public:
     explicit GeometryAttributeDefinition(QString name, std::shared_ptr<cs::CoordSystem> coordSystem = {});
 

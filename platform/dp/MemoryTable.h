@@ -3,6 +3,7 @@
 // providers fill it; it is editable. Reads take a shared lock and cursors
 // work on a snapshot, so SQL statements may read it from any thread.
 
+#include "platform/dp/DpExport.h"
 #include "platform/dp/Table.h"
 
 #include <QVector>
@@ -10,7 +11,7 @@
 
 namespace tessera::dp {
 
-class MemoryTable final : public Table {
+class TESSERA_DP_EXPORT MemoryTable final : public Table {
     Q_OBJECT
 public:
     MemoryTable(const QString& name, TableSchema schema, QUuid id = QUuid::createUuid());

@@ -1,11 +1,12 @@
 #pragma once
 // The attribute that holds how each feature is drawn (its style), as text.
 
+#include "platform/dp/DpExport.h"
 #include "platform/dp/AttributeDefinition.h"
 
 namespace tessera::dp {
 
-class RenditionAttributeDefinition : public AttributeDefinition {
+class TESSERA_DP_EXPORT RenditionAttributeDefinition : public AttributeDefinition {
 public:
     explicit RenditionAttributeDefinition(QString name);
 

@@ -2,6 +2,7 @@
 // The user's current feature selection: features of one table, by id. An
 // empty selection has no table or no ids.
 
+#include "platform/dp/DpExport.h"
 #include "platform/dp/FeatureId.h"
 
 #include <QVector>
@@ -11,7 +12,7 @@ namespace tessera::dp {
 
 class Table;
 
-class Selection {
+class TESSERA_DP_EXPORT Selection {
 public:
     Selection() = default;
     Selection(std::shared_ptr<Table> table, QVector<FeatureId> ids)

@@ -3,13 +3,14 @@
 // its size: a length for texts or a precision for decimals, a scale (15 bits,
 // 0 to 32767) and a unique flag.
 
+#include "platform/dp/DpExport.h"
 #include "platform/dp/AttributeDefinition.h"
 
 #include <QtGlobal>
 
 namespace tessera::dp {
 
-class SimpleAttributeDefinition : public AttributeDefinition {
+class TESSERA_DP_EXPORT SimpleAttributeDefinition : public AttributeDefinition {
 public:
     static constexpr int maxScale = 0x7fff;
 

@@ -3,6 +3,7 @@
 // thread-safe in every implementation (SQL statements read tables from the
 // threads that run them); changes come from one thread at a time.
 
+#include "platform/dp/DpExport.h"
 #include "platform/dp/DataObject.h"
 #include "platform/dp/Feature.h"
 #include "platform/dp/FeatureCursor.h"
@@ -15,7 +16,7 @@ namespace tessera::cs { class CoordSystem; }
 
 namespace tessera::dp {
 
-class Table : public DataObject {
+class TESSERA_DP_EXPORT Table : public DataObject {
     Q_OBJECT
 public:
     using DataObject::DataObject;

@@ -9,6 +9,7 @@
 // change of the attribute list starts an empty cache; copies of an unchanged
 // schema share one cache. The cache may be used from several threads.
 
+#include "platform/dp/DpExport.h"
 #include "platform/dp/AttributeDefinition.h"
 
 #include <QList>
@@ -18,7 +19,7 @@
 
 namespace tessera::dp {
 
-class TableSchema {
+class TESSERA_DP_EXPORT TableSchema {
 public:
     TableSchema();
     explicit TableSchema(QList<AttributeDefinitionPtr> attributes);

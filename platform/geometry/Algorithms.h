@@ -32,6 +32,7 @@
 // cartesian model; std::runtime_error when a transformation fails or
 // Vincenty's iteration does not converge (nearly antipodal points).
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/Geometry.h"
 
 #include <QString>
@@ -48,41 +49,41 @@ namespace tessera::geometry {
 // Radius of the sphere of the spherical model (the mean earth radius, IUGG).
 constexpr double sphereRadius = 6371008.8;
 
-double area(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode);
-double length(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode);
-double perimeter(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double area(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double length(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double perimeter(const ConstGeometryPtr& g, const QString& unit, core::CalcMode mode);
 
-double cartesianArea(const ConstGeometryPtr& g, const QString& unit);
-double sphericalArea(const ConstGeometryPtr& g, const QString& unit);
-double ellipsoidArea(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double cartesianArea(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double sphericalArea(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double ellipsoidArea(const ConstGeometryPtr& g, const QString& unit);
 
-double cartesianLength(const ConstGeometryPtr& g, const QString& unit);
-double sphericalLength(const ConstGeometryPtr& g, const QString& unit);
-double ellipsoidLength(const ConstGeometryPtr& g, const QString& unit);
-double lambertLength(const ConstGeometryPtr& g, const QString& unit);
-double vincentyLength(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double cartesianLength(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double sphericalLength(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double ellipsoidLength(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double lambertLength(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double vincentyLength(const ConstGeometryPtr& g, const QString& unit);
 
-double cartesianPerimeter(const ConstGeometryPtr& g, const QString& unit);
-double sphericalPerimeter(const ConstGeometryPtr& g, const QString& unit);
-double ellipsoidPerimeter(const ConstGeometryPtr& g, const QString& unit);
-double lambertPerimeter(const ConstGeometryPtr& g, const QString& unit);
-double vincentyPerimeter(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double cartesianPerimeter(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double sphericalPerimeter(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double ellipsoidPerimeter(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double lambertPerimeter(const ConstGeometryPtr& g, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double vincentyPerimeter(const ConstGeometryPtr& g, const QString& unit);
 
 // Smallest distance between the two shapes (0 when they touch).
-double smallestDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
-double cartesianMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
-double sphericalMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
-double ellipsoidalMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
-double lambertMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
-double vincentyMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double smallestDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double cartesianMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double sphericalMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double ellipsoidalMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double lambertMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double vincentyMinDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
 
 // Distance between the two centroids.
-double centroidDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
-double cartesianObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
-double sphericalObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
-double ellipsoidalObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
-double lambertObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
-double vincentyObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double centroidDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double cartesianObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double sphericalObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double ellipsoidalObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double lambertObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT double vincentyObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr& b, const QString& unit);
 
 // Predicates (GEOS). Geometries in different coordinate systems are compared
 // after transforming b into a's system; when only one of them has a system,
@@ -90,21 +91,21 @@ double vincentyObjectDistance(const ConstGeometryPtr& a, const ConstGeometryPtr&
 // An empty operand makes every predicate false. In longitude and latitude an
 // edge takes the shorter way round, across +-180 when that is shorter (as the
 // measures read it): a box from 170 to 190 degrees is 20 degrees wide.
-bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
-bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b);        // a holds all of b
-bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b); // a holds b's centroid
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT bool Intersects(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT bool Contains(const ConstGeometryPtr& a, const ConstGeometryPtr& b);        // a holds all of b
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT bool ContainsCentroid(const ConstGeometryPtr& a, const ConstGeometryPtr& b); // a holds b's centroid
 
 // The two closest points, as a two-point line string (a first, b second).
-GeometryPtr NearestPoints(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
-QPointF centroid(const ConstGeometryPtr& g);           // the arithmetic centroid
-GeometryPtr PointOnSurface(const ConstGeometryPtr& g); // a point on the geometry; empty pointer if none
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT GeometryPtr NearestPoints(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT QPointF centroid(const ConstGeometryPtr& g);           // the arithmetic centroid
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT GeometryPtr PointOnSurface(const ConstGeometryPtr& g); // a point on the geometry; empty pointer if none
 // A valid form of g in the same coordinate system: a copy when g is valid
 // (curves kept), else GEOS's repair of its linear form.
-GeometryPtr normalizedGeometry(const ConstGeometryPtr& g);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT GeometryPtr normalizedGeometry(const ConstGeometryPtr& g);
 // Makes a geometry consistent with the coordinate system that was just set on
 // it: in a geographic system longitudes are wrapped into [-180, 180] and
 // latitudes clamped into [-90, 90] (in the system's angular unit); in other
 // systems, or without one, nothing changes.
-void fitGeometry(Geometry& g);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT void fitGeometry(Geometry& g);
 
 } // namespace tessera::geometry

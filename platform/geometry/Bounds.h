@@ -3,6 +3,8 @@
 // zero size, which a single point or a vertical line has, so boxes are
 // collected as coordinate ranges instead.
 
+#include "platform/geometry/GeometryExport.h"
+
 #include <QPointF>
 #include <QRectF>
 #include <QVector>
@@ -12,7 +14,7 @@
 
 namespace tessera::geometry {
 
-class Bounds {
+class TESSERA_GEOMETRY_EXPORT Bounds {
 public:
     void add(const QPointF& p)
     {

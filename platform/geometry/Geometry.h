@@ -23,6 +23,7 @@
 //   RoundedRectangle   rect, radiusX, radiusY
 //   Text               QString text, rect, angle
 
+#include "platform/geometry/GeometryExport.h"
 #include "platform/serialization/Archive.h"
 
 #include <QPointF>
@@ -59,7 +60,7 @@ class Geometry;
 using GeometryPtr = std::shared_ptr<Geometry>;
 using ConstGeometryPtr = std::shared_ptr<const Geometry>;
 
-class Geometry : public serialization::Serializable {
+class TESSERA_GEOMETRY_EXPORT Geometry : public serialization::Serializable {
 public:
     ~Geometry() override;
 
@@ -103,7 +104,7 @@ private:
     CoordSystemPtr cs;
 };
 
-class Point final : public Geometry {
+class TESSERA_GEOMETRY_EXPORT Point final : public Geometry {
 public:
     Point() = default;
     explicit Point(QPointF p) : pos(p), empty(false) {}
@@ -123,7 +124,7 @@ private:
     bool empty = true;
 };
 
-class MultiPoint final : public Geometry {
+class TESSERA_GEOMETRY_EXPORT MultiPoint final : public Geometry {
 public:
     MultiPoint() = default;
     explicit MultiPoint(QVector<QPointF> pts) : pts(std::move(pts)) {}
@@ -142,7 +143,7 @@ private:
     QVector<QPointF> pts;
 };
 
-class LineString final : public Geometry {
+class TESSERA_GEOMETRY_EXPORT LineString final : public Geometry {
 public:
     LineString() = default;
     explicit LineString(QVector<QPointF> pts) : pts(std::move(pts)) {}
@@ -161,7 +162,7 @@ private:
     QVector<QPointF> pts;
 };
 
-class MultiLineString final : public Geometry {
+class TESSERA_GEOMETRY_EXPORT MultiLineString final : public Geometry {
 public:
     MultiLineString() = default;
     explicit MultiLineString(QVector<QVector<QPointF>> lines) : ls(std::move(lines)) {}
@@ -181,7 +182,7 @@ private:
 };
 
 // A polygon: the first ring is the exterior, the others are holes.
-class Polygon final : public Geometry {
+class TESSERA_GEOMETRY_EXPORT Polygon final : public Geometry {
 public:
     Polygon() = default;
     explicit Polygon(QVector<Ring> rings) : rs(std::move(rings)) {}
@@ -200,7 +201,7 @@ private:
     QVector<Ring> rs;
 };
 
-class MultiPolygon final : public Geometry {
+class TESSERA_GEOMETRY_EXPORT MultiPolygon final : public Geometry {
 public:
     MultiPolygon() = default;
     explicit MultiPolygon(QVector<QVector<Ring>> polygons) : ps(std::move(polygons)) {}
@@ -220,7 +221,7 @@ private:
 };
 
 // A heterogeneous collection. Members carry no coordinate system of their own.
-class GeometryCollection final : public Geometry {
+class TESSERA_GEOMETRY_EXPORT GeometryCollection final : public Geometry {
 public:
     GeometryCollection() = default;
     explicit GeometryCollection(std::vector<std::shared_ptr<Geometry>> members) : ms(std::move(members)) {}
@@ -246,12 +247,12 @@ private:
 // (an invalid size asks for the default precision: area and length within
 // 1e-6 of the curve's, see Approximation.h).
 // The linear form carries the coordinate system of the original.
-class ApproximableCurve : public Geometry {
+class TESSERA_GEOMETRY_EXPORT ApproximableCurve : public Geometry {
 public:
     virtual std::unique_ptr<Geometry> approximateGeometry(const QSizeF& size) const = 0;
 };
 
-class ApproximableSurface : public Geometry {
+class TESSERA_GEOMETRY_EXPORT ApproximableSurface : public Geometry {
 public:
     virtual std::unique_ptr<Geometry> approximateGeometry(const QSizeF& size) const = 0;
 };
@@ -260,7 +261,7 @@ public:
 // (degrees, counter-clockwise from the positive x axis). The arc always runs
 // counter-clockwise; equal angles (modulo 360) make a full turn. An angle
 // gives the direction from the centre to the point of the ellipse.
-class Arc final : public ApproximableCurve {
+class TESSERA_GEOMETRY_EXPORT Arc final : public ApproximableCurve {
 public:
     Arc(QRectF rect, double startAngle, double endAngle) : r(rect), a0(startAngle), a1(endAngle) {}
     GeometryType type() const override { return GeometryType::Arc; }
@@ -282,7 +283,7 @@ private:
     double a0, a1;
 };
 
-class Ellipse final : public ApproximableSurface {
+class TESSERA_GEOMETRY_EXPORT Ellipse final : public ApproximableSurface {
 public:
     explicit Ellipse(QRectF rect) : r(rect) {}
     GeometryType type() const override { return GeometryType::Ellipse; }
@@ -302,7 +303,7 @@ private:
 };
 
 // A rectangle with corners rounded by quarter ellipses of the given radii.
-class RoundedRectangle final : public ApproximableSurface {
+class TESSERA_GEOMETRY_EXPORT RoundedRectangle final : public ApproximableSurface {
 public:
     RoundedRectangle(QRectF rect, double rx, double ry) : r(rect), rx(rx), ry(ry) {}
     GeometryType type() const override { return GeometryType::RoundedRectangle; }
@@ -326,7 +327,7 @@ private:
 
 // A text label placed in a box; measured and compared as that box (the
 // approximation is the box itself; the angle only orients the lettering).
-class Text final : public ApproximableSurface {
+class TESSERA_GEOMETRY_EXPORT Text final : public ApproximableSurface {
 public:
     Text(QString text, QRectF box, double angle = 0.0) : t(std::move(text)), r(box), ang(angle) {}
     GeometryType type() const override { return GeometryType::Text; }
@@ -351,11 +352,11 @@ private:
 
 // The linear form of any geometry: curves and shapes approximated, other
 // geometries returned as they are (shared, not copied).
-ConstGeometryPtr linearized(const ConstGeometryPtr& g);
+TESSERA_GEOMETRY_EXPORT ConstGeometryPtr linearized(const ConstGeometryPtr& g);
 
 // Registers the loaders of every geometry class with
 // serialization::SerializableRegistry. Runs by itself when the library is
 // loaded; calling it again does nothing.
-void registerGeometryClasses();
+TESSERA_GEOMETRY_EXPORT void registerGeometryClasses();
 
 } // namespace tessera::geometry

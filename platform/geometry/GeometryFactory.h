@@ -2,6 +2,7 @@
 // ISO WKB for the linear geometry kinds (2D; Z and M coordinates are read and
 // dropped). Curves and shapes are written as their approximation.
 
+#include "platform/geometry/GeometryExport.h"
 #include "platform/geometry/Geometry.h"
 
 #include <QByteArray>
@@ -10,12 +11,12 @@
 
 namespace tessera::geometry {
 
-class WkbError : public std::runtime_error {
+class TESSERA_GEOMETRY_EXPORT WkbError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-class GeometryFactory {
+class TESSERA_GEOMETRY_EXPORT GeometryFactory {
 public:
     // Empty array for an empty pointer.
     static QByteArray toWkb(const ConstGeometryPtr& geometry, QSysInfo::Endian byteOrder = QSysInfo::LittleEndian);

@@ -6,6 +6,8 @@
 // (doubles as in serialization/StreamIo.h). Reads check counts against the
 // bytes left and throw serialization::Error.
 
+#include "platform/geometry/GeometryExport.h"
+
 #include <QDataStream>
 #include <QPointF>
 #include <QRectF>
@@ -13,14 +15,14 @@
 
 namespace tessera::geometry {
 
-void writePoints(QDataStream& stream, const QVector<QPointF>& points);
-QVector<QPointF> readPoints(QDataStream& stream);
-void writeRect(QDataStream& stream, const QRectF& rect);
-QRectF readRect(QDataStream& stream);
-void writeRings(QDataStream& stream, const QVector<QVector<QPointF>>& rings);
-QVector<QVector<QPointF>> readRings(QDataStream& stream);
+TESSERA_GEOMETRY_EXPORT void writePoints(QDataStream& stream, const QVector<QPointF>& points);
+TESSERA_GEOMETRY_EXPORT QVector<QPointF> readPoints(QDataStream& stream);
+TESSERA_GEOMETRY_EXPORT void writeRect(QDataStream& stream, const QRectF& rect);
+TESSERA_GEOMETRY_EXPORT QRectF readRect(QDataStream& stream);
+TESSERA_GEOMETRY_EXPORT void writeRings(QDataStream& stream, const QVector<QVector<QPointF>>& rings);
+TESSERA_GEOMETRY_EXPORT QVector<QVector<QPointF>> readRings(QDataStream& stream);
 
 // Every geometry class is at version 0; later versions cannot be read.
-void checkVersion(const char* className, quint32 version);
+TESSERA_GEOMETRY_EXPORT void checkVersion(const char* className, quint32 version);
 
 } // namespace tessera::geometry

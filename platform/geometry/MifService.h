@@ -5,6 +5,7 @@
 // style clauses (Pen, Brush, Symbol, Smooth, Font, ...) after a geometry are
 // accepted and ignored.
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/Geometry.h"
 
 #include <QChar>
@@ -13,7 +14,7 @@
 
 namespace tessera::geometry {
 
-class MifError : public std::runtime_error {
+class TESSERA_GEOMETRY_ALGORITHMS_EXPORT MifError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
@@ -22,14 +23,14 @@ public:
 // numbers, and the number of segments used for a full circle where a curve
 // must be cut into lines (at least the default approximation of curves, see
 // Approximation.h). 8 bytes: two UTF-16 characters and a 32-bit number.
-struct MifSetup {
+struct TESSERA_GEOMETRY_ALGORITHMS_EXPORT MifSetup {
     QChar delimiter{','};
     QChar decimalSeparator{','};
     quint32 resolution = 976;
 };
 static_assert(sizeof(MifSetup) == 8, "MifSetup is 8 bytes");
 
-class MifService : public QObject {
+class TESSERA_GEOMETRY_ALGORITHMS_EXPORT MifService : public QObject {
     Q_OBJECT
 public:
     using QObject::QObject;

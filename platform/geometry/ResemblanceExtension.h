@@ -2,12 +2,13 @@
 // An extension that offers a simpler look-alike of a geometry (for drawing
 // and comparing at small scales).
 
+#include "platform/geometry/GeometryExport.h"
 #include "platform/core/Extensions.h"
 #include "platform/geometry/Geometry.h"
 
 namespace tessera::geometry {
 
-class ResemblanceExtension : public plugin::Extension {
+class TESSERA_GEOMETRY_EXPORT ResemblanceExtension : public plugin::Extension {
 public:
     struct Setup {
         explicit Setup(double tolerance) : tolerance(tolerance) {}

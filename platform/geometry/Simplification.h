@@ -1,6 +1,8 @@
 #pragma once
 // Douglas-Peucker simplification of coordinate sequences.
 
+#include "platform/geometry/GeometryExport.h"
+
 #include <QPointF>
 #include <QVector>
 
@@ -9,6 +11,6 @@ namespace tessera::geometry {
 // The points of `points` that Douglas-Peucker keeps with the given tolerance:
 // always the first and the last, then every point that lies farther than
 // `tolerance` from the simplified line.
-QVector<QPointF> simplifyDouglasPeucker(const QVector<QPointF>& points, double tolerance);
+TESSERA_GEOMETRY_EXPORT QVector<QPointF> simplifyDouglasPeucker(const QVector<QPointF>& points, double tolerance);
 
 } // namespace tessera::geometry

@@ -6,11 +6,12 @@
 // allow. A point with NaN coordinates is an empty point; inside a multipoint
 // it adds nothing. Throws WkbError.
 
+#include "platform/geometry/GeometryExport.h"
 #include "platform/geometry/Geometry.h"
 
 namespace tessera::geometry {
 
-class WkbReader {
+class TESSERA_GEOMETRY_EXPORT WkbReader {
 public:
     static constexpr int maxDepth = serialization::TrackingInputArchive::maxDepth;
 

@@ -2,6 +2,7 @@
 // Writes geometries as ISO WKB (2D). Curves and shapes are written as their
 // default approximation; an empty point as NaN coordinates.
 
+#include "platform/geometry/GeometryExport.h"
 #include "platform/geometry/Geometry.h"
 
 #include <QByteArray>
@@ -9,7 +10,7 @@
 
 namespace tessera::geometry {
 
-class WkbWriter {
+class TESSERA_GEOMETRY_EXPORT WkbWriter {
 public:
     explicit WkbWriter(QSysInfo::Endian byteOrder);
     // Appends the WKB of g to the result.

@@ -23,6 +23,8 @@
 // nesting deeper than TrackingInputArchive::maxDepth) throws
 // serialization::Error.
 
+#include "platform/serialization/SerializationExport.h"
+
 #include <QDataStream>
 #include <QString>
 #include <cstddef>
@@ -34,19 +36,19 @@
 
 namespace tessera::serialization {
 
-class Error : public std::runtime_error {
+class TESSERA_SERIALIZATION_EXPORT Error : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-class OutputArchive {
+class TESSERA_SERIALIZATION_EXPORT OutputArchive {
 public:
     virtual ~OutputArchive() = default;
     virtual QDataStream& stream() = 0;
     void saveVersion(quint32 version) { stream() << version; }
 };
 
-class InputArchive {
+class TESSERA_SERIALIZATION_EXPORT InputArchive {
 public:
     virtual ~InputArchive() = default;
     virtual QDataStream& stream() = 0;
@@ -54,7 +56,7 @@ public:
     quint32 loadVersion();
 };
 
-class BinaryOutputArchive : public OutputArchive {
+class TESSERA_SERIALIZATION_EXPORT BinaryOutputArchive : public OutputArchive {
 public:
     explicit BinaryOutputArchive(QDataStream& stream) : s(stream) {}
     QDataStream& stream() override { return s; }
@@ -62,7 +64,7 @@ private:
     QDataStream& s;
 };
 
-class BinaryInputArchive : public InputArchive {
+class TESSERA_SERIALIZATION_EXPORT BinaryInputArchive : public InputArchive {
 public:
     explicit BinaryInputArchive(QDataStream& stream) : s(stream) {}
     QDataStream& stream() override { return s; }
@@ -76,7 +78,7 @@ class Serializable;
 // A name is registered once: a second add() for it is ignored, so that a
 // Loader found by find() stays valid and unchanged for the process lifetime.
 // Safe to use from several threads.
-class SerializableRegistry {
+class TESSERA_SERIALIZATION_EXPORT SerializableRegistry {
 public:
     using Loader = std::function<std::shared_ptr<Serializable>(class TrackingInputArchive&, quint32 version)>;
     static SerializableRegistry& instance();
@@ -88,7 +90,7 @@ private:
     std::shared_ptr<Private> d;
 };
 
-class Serializable {
+class TESSERA_SERIALIZATION_EXPORT Serializable {
 public:
     virtual ~Serializable() = default;
     virtual QString className() const = 0;
@@ -98,7 +100,7 @@ public:
 
 // Objects are recognised by address: every object written through one
 // tracking archive must stay alive until the archive is done.
-class TrackingOutputArchive {
+class TESSERA_SERIALIZATION_EXPORT TrackingOutputArchive {
 public:
     explicit TrackingOutputArchive(OutputArchive& archive);
     ~TrackingOutputArchive();
@@ -119,7 +121,7 @@ private:
     int depth = 0;
 };
 
-class TrackingInputArchive {
+class TESSERA_SERIALIZATION_EXPORT TrackingInputArchive {
 public:
     explicit TrackingInputArchive(InputArchive& archive);
     ~TrackingInputArchive();
@@ -142,6 +144,6 @@ private:
 };
 
 // Checks the stream after reads; throws Error when a read ran short.
-void checkStream(QDataStream& stream);
+TESSERA_SERIALIZATION_EXPORT void checkStream(QDataStream& stream);
 
 } // namespace tessera::serialization

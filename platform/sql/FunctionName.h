@@ -1,6 +1,8 @@
 #pragma once
 // Dialect function names as numbers, with their text and kind.
 
+#include "platform/sql/SqlExport.h"
+
 #include <QFlags>
 #include <QString>
 #include <cstdint>
@@ -16,7 +18,7 @@ enum class FunctionName : int {
 #undef TESSERA_SQL_FUNCTION_ENUM
 };
 
-struct FunctionInfo {
+struct TESSERA_SQL_EXPORT FunctionInfo {
     enum TypeMask : int {
         Scalar = 1,
         Aggregate = 2,
@@ -28,7 +30,7 @@ struct FunctionInfo {
 
 Q_DECLARE_OPERATORS_FOR_FLAGS(FunctionInfo::TypeMasks)
 
-struct FunctionNameInfo {
+struct TESSERA_SQL_EXPORT FunctionNameInfo {
     // The function's name in UTF-8; "" for a value outside the catalogue.
     static const char* name(FunctionName value);
     static const char* name(int value) { return name(static_cast<FunctionName>(value)); }

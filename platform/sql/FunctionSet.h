@@ -1,6 +1,7 @@
 #pragma once
 // A set of dialect functions, each with the kinds under which it is available.
 
+#include "platform/sql/SqlExport.h"
 #include "platform/sql/FunctionName.h"
 
 #include <map>
@@ -8,7 +9,7 @@
 
 namespace tessera::sql {
 
-class FunctionSet {
+class TESSERA_SQL_EXPORT FunctionSet {
 public:
     // Adds `mask` to the kinds of `name` (adding the same again is harmless).
     void addMask(FunctionName name, FunctionInfo::TypeMasks mask);

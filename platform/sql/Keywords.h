@@ -2,11 +2,13 @@
 // The dialect's reserved words: they never name a column, a table or an alias
 // unless quoted.
 
+#include "platform/sql/SqlExport.h"
+
 #include <string>
 
 namespace tessera::sql {
 
 // `folded` is the word in lower case.
-bool isReservedWord(const std::wstring& folded);
+TESSERA_SQL_EXPORT bool isReservedWord(const std::wstring& folded);
 
 } // namespace tessera::sql

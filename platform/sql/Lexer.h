@@ -2,6 +2,7 @@
 // Splits dialect text (UTF-8) into tokens on demand. Rejects invalid UTF-8,
 // stray characters, unterminated literals and comments with a ParseError.
 
+#include "platform/sql/SqlExport.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/Token.h"
 
@@ -11,7 +12,7 @@
 
 namespace tessera::sql {
 
-class Lexer {
+class TESSERA_SQL_EXPORT Lexer {
 public:
     // Longer texts are refused rather than tokenised.
     static constexpr std::size_t maxTextSize = 16 * 1024 * 1024;

@@ -2,11 +2,12 @@
 // Double dispatch over the syntax tree. Every visit does nothing by default,
 // so a visitor overrides only the node kinds it cares about.
 
+#include "platform/sql/SqlExport.h"
 #include "platform/sql/SyntaxTree.h"
 
 namespace tessera::sql::ast {
 
-class NodeVisitor {
+class TESSERA_SQL_EXPORT NodeVisitor {
 public:
     virtual ~NodeVisitor() = default;
 

@@ -1,13 +1,14 @@
 #pragma once
 // The operators that a runtime can translate, one bit per OperationCode.
 
+#include "platform/sql/SqlExport.h"
 #include "platform/sql/OperationCode.h"
 
 #include <QBitArray>
 
 namespace tessera::sql {
 
-class OperatorSet {
+class TESSERA_SQL_EXPORT OperatorSet {
 public:
     OperatorSet() : bits(operationCodeCount) {}
     explicit OperatorSet(QBitArray codes) : bits(std::move(codes)) {}

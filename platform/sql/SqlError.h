@@ -3,6 +3,8 @@
 // tree is translated. They are values (shared and kept by callers), so every
 // class is cheap to copy and carries its final what() text.
 
+#include "platform/sql/SqlExport.h"
+
 #include <QString>
 #include <exception>
 #include <string>
@@ -21,7 +23,7 @@ enum SqlErrorType : int {
     OrderByRowNumberType = 26,
 };
 
-class SqlError : public std::exception {
+class TESSERA_SQL_EXPORT SqlError : public std::exception {
 public:
     SqlError() : text("Sql error") {}
     const char* what() const noexcept override { return text.c_str(); }
@@ -34,7 +36,7 @@ private:
     std::string text;
 };
 
-class SqlSyntaxError : public SqlError {
+class TESSERA_SQL_EXPORT SqlSyntaxError : public SqlError {
 public:
     SqlSyntaxError() : SqlError("Sql syntax error") {}
     int errorType() const override { return SyntaxErrorType; }
@@ -43,7 +45,7 @@ protected:
     explicit SqlSyntaxError(std::string message) : SqlError(std::move(message)) {}
 };
 
-class SqlSemanticError : public SqlError {
+class TESSERA_SQL_EXPORT SqlSemanticError : public SqlError {
 public:
     SqlSemanticError() : SqlError("Sql semantic error") {}
 
@@ -52,7 +54,7 @@ protected:
 };
 
 // Text that the parser rejected, with a message for people.
-class GeneralSyntaxError : public SqlSyntaxError {
+class TESSERA_SQL_EXPORT GeneralSyntaxError : public SqlSyntaxError {
 public:
     explicit GeneralSyntaxError(std::string message) : SqlSyntaxError(std::move(message)) {}
     explicit GeneralSyntaxError(const char* message) : SqlSyntaxError(std::string(message)) {}
@@ -60,7 +62,7 @@ public:
 };
 
 // A parse failure at a known place: the parser's own report.
-class ParseError : public SqlSyntaxError {
+class TESSERA_SQL_EXPORT ParseError : public SqlSyntaxError {
 public:
     ParseError(std::string message, std::size_t offset, int line, int column, std::string expected);
     std::size_t offset() const { return at; }   // in characters from the start of the text
@@ -77,7 +79,7 @@ private:
 
 // The text nests parentheses, sub-queries or operators deeper than the parser
 // allows; refused before the stack runs out.
-class NestingTooDeep : public ParseError {
+class TESSERA_SQL_EXPORT NestingTooDeep : public ParseError {
 public:
     NestingTooDeep(std::size_t offset, int line, int column, int limit);
     int limit() const { return maximum; }
@@ -88,7 +90,7 @@ private:
 
 // The parse result is of another kind than the caller expected; the message
 // names the expected kind.
-class UnexpectedParseResult : public SqlSemanticError {
+class TESSERA_SQL_EXPORT UnexpectedParseResult : public SqlSemanticError {
 public:
     explicit UnexpectedParseResult(std::string expected) : SqlSemanticError(std::move(expected)) {}
     explicit UnexpectedParseResult(const char* expected) : SqlSemanticError(std::string(expected)) {}
@@ -98,7 +100,7 @@ public:
 
 // A function that does not exist or is not allowed; the message is its name.
 // The place of its first call is known when the tree came from the parser.
-class UnknownFunction : public SqlSemanticError {
+class TESSERA_SQL_EXPORT UnknownFunction : public SqlSemanticError {
 public:
     explicit UnknownFunction(const std::wstring& name) : SqlSemanticError(QString::fromStdWString(name).toStdString()) {}
     explicit UnknownFunction(const QString& name, int line = 0, int column = 0)
@@ -115,14 +117,14 @@ private:
 };
 
 // A construct that parses but cannot be translated; the message says why.
-class TranslationError : public SqlSemanticError {
+class TESSERA_SQL_EXPORT TranslationError : public SqlSemanticError {
 public:
     explicit TranslationError(std::string message) : SqlSemanticError(std::move(message)) {}
     int errorType() const override { return TranslationErrorType; }
 };
 
 // The query reads the selection while there is no (or an empty) selection.
-class SelectionTableIsAbsent : public SqlSemanticError {
+class TESSERA_SQL_EXPORT SelectionTableIsAbsent : public SqlSemanticError {
 public:
     SelectionTableIsAbsent() = default;
     int errorType() const override { return SelectionTableIsAbsentType; }

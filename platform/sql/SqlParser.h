@@ -3,6 +3,7 @@
 // queries, Insert, Update, Delete) or a bare expression, optionally ended by
 // one ";". On failure the reason, with its position, is in errors().
 
+#include "platform/sql/SqlExport.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SyntaxTree.h"
 
@@ -14,7 +15,7 @@ namespace tessera::sql {
 
 class ParseContext;
 
-class SqlParser {
+class TESSERA_SQL_EXPORT SqlParser {
 public:
     // Nested parentheses, sub-queries and prefix operators deeper than this
     // are refused, so that a hostile text cannot exhaust the stack.

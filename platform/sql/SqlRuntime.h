@@ -2,6 +2,7 @@
 // What the parser needs to know about the running system: which functions and
 // operators exist. The engine owns one SqlRuntime for its lifetime.
 
+#include "platform/sql/SqlExport.h"
 #include "platform/sql/FunctionName.h"
 #include "platform/sql/OperatorSet.h"
 
@@ -10,7 +11,7 @@
 
 namespace tessera::sql {
 
-class ParseContext {
+class TESSERA_SQL_EXPORT ParseContext {
 public:
     virtual ~ParseContext() = default;
     // The catalogue value of the function called `name` (any case), None for
@@ -21,7 +22,7 @@ public:
     virtual bool hasOperator(OperationCode code) const;
 };
 
-class SqlRuntime : public QObject, public ParseContext {
+class TESSERA_SQL_EXPORT SqlRuntime : public QObject, public ParseContext {
     Q_OBJECT
 public:
     explicit SqlRuntime(QObject* parent = nullptr);

@@ -9,6 +9,7 @@
 // To, Overlaps) are written as calls of functions named after the operator,
 // so the text stays valid SQL and fails only on a missing function.
 
+#include "platform/sql/SqlExport.h"
 #include "platform/sql/NodeVisitor.h"
 #include "platform/sql/OperationCode.h"
 
@@ -20,7 +21,7 @@
 namespace tessera::sql {
 
 // How identifiers (tables, columns, aliases, collations) are written.
-class StringBuildContext {
+class TESSERA_SQL_EXPORT StringBuildContext {
 public:
     virtual ~StringBuildContext();
     // `name` as it must appear in the output. By default a name that is a
@@ -29,7 +30,7 @@ public:
     virtual std::wstring identifier(const std::wstring& name) const;
 };
 
-class SqlStringBuilder : public ast::NodeVisitor {
+class TESSERA_SQL_EXPORT SqlStringBuilder : public ast::NodeVisitor {
 public:
     // The callable that adjusts the compared text of an operation (see
     // processOperation). It gets the text by reference and returns it.

@@ -4,6 +4,7 @@
 // a function). Every node knows its height so that consumers can rely on a
 // bounded recursion depth.
 
+#include "platform/sql/SqlExport.h"
 #include "platform/sql/OperationCode.h"
 
 #include <cstdint>
@@ -19,7 +20,7 @@ class Node;
 using NodePtr = std::shared_ptr<Node>;
 using NodeList = std::vector<NodePtr>;
 
-class Node {
+class TESSERA_SQL_EXPORT Node {
 public:
     virtual ~Node();
     virtual void accept(NodeVisitor& visitor) const = 0;
@@ -36,7 +37,7 @@ private:
     int levels = 1;
 };
 
-class Expression : public Node {
+class TESSERA_SQL_EXPORT Expression : public Node {
 public:
     bool isExpression() const override { return true; }
 };
@@ -45,7 +46,7 @@ public:
 // Between has a Range as right(); In has an ExpressionList or a SubQuery;
 // Like and Not Like may carry an Escape expression; Collate has a
 // CollationName as right().
-class Operation : public Expression {
+class TESSERA_SQL_EXPORT Operation : public Expression {
 public:
     Operation(OperationCode code, NodePtr operand);                              // unary
     Operation(OperationCode code, NodePtr left, NodePtr right, NodePtr escape = {}); // binary
@@ -66,7 +67,7 @@ private:
 };
 
 // The two bounds of Between.
-class Range : public Expression {
+class TESSERA_SQL_EXPORT Range : public Expression {
 public:
     Range(NodePtr low, NodePtr high);
     void accept(NodeVisitor& visitor) const override;
@@ -78,7 +79,7 @@ private:
     NodePtr hi;
 };
 
-class Function : public Expression {
+class TESSERA_SQL_EXPORT Function : public Expression {
 public:
     enum Flag : std::uint8_t {
         Distinct = 1,      // Count(Distinct x)
@@ -121,7 +122,7 @@ private:
     int columnNo = 0;
 };
 
-class ColumnReference : public Expression {
+class TESSERA_SQL_EXPORT ColumnReference : public Expression {
 public:
     ColumnReference(std::wstring qualifier, std::wstring name) : qual(std::move(qualifier)), column(std::move(name)) {}
     void accept(NodeVisitor& visitor) const override;
@@ -133,7 +134,7 @@ private:
     std::wstring column;
 };
 
-class Number : public Expression {
+class TESSERA_SQL_EXPORT Number : public Expression {
 public:
     enum Kind { Integer, Real };
     Number(Kind kind, std::wstring text) : k(kind), digits(std::move(text)) {}
@@ -146,7 +147,7 @@ private:
     std::wstring digits;
 };
 
-class String : public Expression {
+class TESSERA_SQL_EXPORT String : public Expression {
 public:
     explicit String(std::wstring text) : value(std::move(text)) {}
     void accept(NodeVisitor& visitor) const override;
@@ -156,7 +157,7 @@ private:
     std::wstring value;
 };
 
-class TruthValue : public Expression {
+class TESSERA_SQL_EXPORT TruthValue : public Expression {
 public:
     explicit TruthValue(TernaryLogic::Value value) : v(value) {}
     void accept(NodeVisitor& visitor) const override;
@@ -166,13 +167,13 @@ private:
     TernaryLogic::Value v;
 };
 
-class NullValue : public Expression {
+class TESSERA_SQL_EXPORT NullValue : public Expression {
 public:
     void accept(NodeVisitor& visitor) const override;
 };
 
 // The collation named by `a Collate name`.
-class CollationName : public Expression {
+class TESSERA_SQL_EXPORT CollationName : public Expression {
 public:
     explicit CollationName(std::wstring name) : n(std::move(name)) {}
     void accept(NodeVisitor& visitor) const override;
@@ -182,7 +183,7 @@ private:
     std::wstring n;
 };
 
-class Case : public Expression {
+class TESSERA_SQL_EXPORT Case : public Expression {
 public:
     using When = std::pair<NodePtr, NodePtr>; // condition (or value), result
     Case(NodePtr operand, std::vector<When> whens, NodePtr otherwise);
@@ -197,7 +198,7 @@ private:
     NodePtr elseValue;
 };
 
-class Cast : public Expression {
+class TESSERA_SQL_EXPORT Cast : public Expression {
 public:
     Cast(NodePtr operand, std::wstring typeName);
     void accept(NodeVisitor& visitor) const override;
@@ -210,7 +211,7 @@ private:
 };
 
 // A parenthesised list: the right side of In, or a row value.
-class ExpressionList : public Expression {
+class TESSERA_SQL_EXPORT ExpressionList : public Expression {
 public:
     explicit ExpressionList(NodeList items);
     void accept(NodeVisitor& visitor) const override;
@@ -221,7 +222,7 @@ private:
 };
 
 // A query used as a value: a scalar sub-query, the operand of Exists or In.
-class SubQuery : public Expression {
+class TESSERA_SQL_EXPORT SubQuery : public Expression {
 public:
     explicit SubQuery(NodePtr query);
     void accept(NodeVisitor& visitor) const override;
@@ -233,7 +234,7 @@ private:
 
 // ---- queries ---------------------------------------------------------------
 
-class SortSpecification : public Node {
+class TESSERA_SQL_EXPORT SortSpecification : public Node {
 public:
     enum NullsOrdering { NullsDefault = 0, NullsFirst = 1, NullsLast = 2 };
     SortSpecification(NodePtr key, bool ascending, int nullsOrdering);
@@ -250,13 +251,13 @@ private:
 using SortList = std::vector<std::shared_ptr<SortSpecification>>;
 
 // Order By, Limit and Offset of a query (any of them may be absent).
-struct QueryTail {
+struct TESSERA_SQL_EXPORT QueryTail {
     SortList orderBy;
     NodePtr limit;
     NodePtr offset;
 };
 
-class DerivedColumn : public Node {
+class TESSERA_SQL_EXPORT DerivedColumn : public Node {
 public:
     DerivedColumn(NodePtr expression, std::wstring alias);
     void accept(NodeVisitor& visitor) const override;
@@ -269,7 +270,7 @@ private:
 };
 
 // `*` (empty qualifier) or `t.*`.
-class QualifiedAsterisk : public Node {
+class TESSERA_SQL_EXPORT QualifiedAsterisk : public Node {
 public:
     explicit QualifiedAsterisk(std::wstring qualifier) : qual(std::move(qualifier)) {}
     void accept(NodeVisitor& visitor) const override;
@@ -279,7 +280,7 @@ private:
     std::wstring qual;
 };
 
-class TablePrimary : public Node {
+class TESSERA_SQL_EXPORT TablePrimary : public Node {
 public:
     TablePrimary(std::wstring name, std::wstring alias) : table(std::move(name)), correlation(std::move(alias)) {}
     void accept(NodeVisitor& visitor) const override;
@@ -292,7 +293,7 @@ private:
 };
 
 // `(Select ...) [As] alias` in a From clause.
-class DerivedTable : public Node {
+class TESSERA_SQL_EXPORT DerivedTable : public Node {
 public:
     DerivedTable(NodePtr query, std::wstring alias);
     void accept(NodeVisitor& visitor) const override;
@@ -304,7 +305,7 @@ private:
     std::wstring correlation;
 };
 
-class Join : public Node {
+class TESSERA_SQL_EXPORT Join : public Node {
 public:
     enum Kind { Inner, LeftOuter, Cross };
     Join(Kind kind, NodePtr left, NodePtr right, NodePtr condition);
@@ -321,7 +322,7 @@ private:
     NodePtr on;
 };
 
-class QuerySpecification : public Node {
+class TESSERA_SQL_EXPORT QuerySpecification : public Node {
 public:
     struct Clauses {
         bool distinct = false;
@@ -349,7 +350,7 @@ private:
     Clauses c;
 };
 
-class CompoundQuery : public Node {
+class TESSERA_SQL_EXPORT CompoundQuery : public Node {
 public:
     enum Kind { Union, UnionAll, Intersect, Except };
     CompoundQuery(Kind kind, NodePtr left, NodePtr right, QueryTail tail);
@@ -368,7 +369,7 @@ private:
     QueryTail t;
 };
 
-class Insert : public Node {
+class TESSERA_SQL_EXPORT Insert : public Node {
 public:
     // Either `rows` (Values) or `query` (Select) is given.
     Insert(std::shared_ptr<TablePrimary> table, std::vector<std::wstring> columns, std::vector<NodeList> rows, NodePtr query);
@@ -385,7 +386,7 @@ private:
     NodePtr source;
 };
 
-class Update : public Node {
+class TESSERA_SQL_EXPORT Update : public Node {
 public:
     using Assignment = std::pair<std::wstring, NodePtr>;
     Update(std::shared_ptr<TablePrimary> table, std::vector<Assignment> assignments, NodePtr where);
@@ -400,7 +401,7 @@ private:
     NodePtr condition;
 };
 
-class Delete : public Node {
+class TESSERA_SQL_EXPORT Delete : public Node {
 public:
     Delete(std::shared_ptr<TablePrimary> table, NodePtr where);
     void accept(NodeVisitor& visitor) const override;

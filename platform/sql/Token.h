@@ -1,6 +1,8 @@
 #pragma once
 // One lexical token of the dialect.
 
+#include "platform/sql/SqlExport.h"
+
 #include <cstddef>
 #include <string>
 
@@ -16,7 +18,7 @@ enum class TokenKind {
     Symbol,           // operator or punctuation
 };
 
-struct Token {
+struct TESSERA_SQL_EXPORT Token {
     TokenKind kind = TokenKind::End;
     std::wstring text;       // words as written, literals without quotes, numbers in decimal
     std::wstring folded;     // words in lower case (keywords are compared so), else empty

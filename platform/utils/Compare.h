@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/utils/UtilsExport.h"
+
 #include <QVariant>
 
 namespace tessera::utils {
@@ -12,6 +14,6 @@ namespace tessera::utils {
 // sort by kind: numbers, texts, byte arrays, dates, times, then every other
 // type, which compares by its text form (then by type id). An invalid
 // variant comes after every valid one.
-int compare(const QVariant& a, const QVariant& b);
+TESSERA_UTILS_EXPORT int compare(const QVariant& a, const QVariant& b);
 
 } // namespace tessera::utils

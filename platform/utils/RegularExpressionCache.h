@@ -2,13 +2,15 @@
 // A bounded, thread-safe store of compiled regular expressions keyed by
 // pattern and options. When full, the least recently used entry goes.
 
+#include "platform/utils/UtilsExport.h"
+
 #include <QRegularExpression>
 #include <QString>
 #include <memory>
 
 namespace tessera::utils {
 
-class RegularExpressionCache {
+class TESSERA_UTILS_EXPORT RegularExpressionCache {
 public:
     explicit RegularExpressionCache(int capacity);
     ~RegularExpressionCache();

@@ -193,6 +193,16 @@ bool dropIndex(MetaContext& context, const QStringList& arguments)
     return true;
 }
 
+bool plugins(MetaContext& context, const QStringList&)
+{
+    ResultSet result;
+    result.columns = QStringList{QStringLiteral("name"), QStringLiteral("version"), QStringLiteral("file")};
+    for (const auto& p : context.shell.loadedPlugins())
+        result.rows.push_back({p.name, p.version, p.file});
+    printResult(context.out, result, context.shell.options().format);
+    return true;
+}
+
 bool openSource(MetaContext& context, const QStringList& arguments)
 {
     // After PATH: KEY=VALUE words are GDAL open options, the first other word the name.
@@ -353,6 +363,7 @@ const std::vector<MetaCommand>& metaCommands()
         {".output", ".output [FILE]", "results to FILE from now on; without FILE back to standard output", 0, 1, output},
         {".quit", ".quit", "leave the shell (the rest of the input is not run)", 0, 0, quit},
         {".read", ".read FILE", "run the statements and commands of a script file", 1, 1, read},
+        {".plugins", ".plugins", "the plug-ins loaded, with their versions and files", 0, 0, plugins},
         {".rename", ".rename OLD NEW", "rename a table", 2, 2, renameSource},
         {".schema", ".schema [NAME]", "the columns of a table, or of every table", 0, 1, showSchema},
         {".tables", ".tables", "the tables of the catalog", 0, 0, listTables},

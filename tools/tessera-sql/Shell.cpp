@@ -5,10 +5,8 @@
 #include "engine/expression/EngineExpression.h"
 #include "engine/geometry/GeometryConversions.h"
 #include "engine/translation/SqliteStringBuilder.h"
-#include "modules/functions/FunctionModule.h"
-#include "modules/tables/TableAdapterExtension.h"
-#include "modules/tables/TableAdapterModule.h"
 #include "platform/core/Core.h"
+#include "platform/core/Extensions.h"
 #include "platform/dp/DataCatalogWithSelection.h"
 #include "platform/dp/GeometryValue.h"
 #include "platform/dp/Table.h"
@@ -49,9 +47,9 @@ struct Shell::Private {
     // can register functions (opening a file loads a module).
     engine::SqliteStringBuilder::NameSet functions;
     dp::DataCatalogWithSelection* catalog = nullptr;       // the host's, owned by the core
-    modules::TableAdapterExtension* extension = nullptr;   // owned by the core
     // The indices built with .index, by table name (the store keeps them).
     std::map<QString, std::vector<int>> indexIds;
+    QVector<plugin::PluginInfo> pluginFailures;
     // Where the running statement starts in its script, and whether errors
     // name that line (scripts of more than one line).
     int line = 1;
@@ -126,21 +124,54 @@ Shell::Shell(ShellOptions options)
 {
     d->options = options;
     d->core = std::make_unique<Core>();
+    // The host's services first: the tables plug-in then follows the host's
+    // catalog (one catalog, whose selection the translator reads).
     registerHostServices(*d->core);
-    d->engine = Engine::load(d->core.get());
-    d->engine->loadTableAdapterModule(d->core.get(), &modules::initFunctionModule);
-    d->engine->loadTableAdapterModule(d->core.get(), &modules::initTableAdapterModule);
-    // One catalog: the host's, whose selection the translator reads.
+    plugin::PluginManager& plugins = d->core->extensionManager()->plugins();
+    for (const QString& path : options.pluginPaths + plugin::PluginManager::defaultSearchPath())
+        plugins.addPath(path);
+    d->pluginFailures = plugins.load(d->core.get());
+    d->engine = d->core->findService<Engine>();
+    if (!d->engine) {
+        QString reason = QStringLiteral("no engine plug-in found");
+        for (const auto& failure : d->pluginFailures)
+            if (failure.name == QLatin1String("engine"))
+                reason = failure.error;
+        throw std::runtime_error(QStringLiteral("the engine is not loaded: %1").arg(reason).toStdString());
+    }
+    // The tables plug-in serves the catalog's tables; without it nothing
+    // could be opened.
     d->catalog = hostCatalog(*d->core);
-    d->extension = new modules::TableAdapterExtension(d->core.get());
-    d->extension->dependencyManager().setCore(d->core.get());
-    d->extension->linkDataCatalog();
+    bool tablesLoaded = false;
+    QString reason = QStringLiteral("no tables plug-in found");
+    for (const auto& info : plugins.plugins()) {
+        if (info.name != QLatin1String("tables"))
+            continue;
+        tablesLoaded = info.loaded;
+        if (!info.loaded)
+            reason = info.error;
+    }
+    if (!d->catalog || !tablesLoaded)
+        throw std::runtime_error(QStringLiteral("the table adapter is not loaded: %1").arg(reason).toStdString());
+    // Plug-ins register functions too: read the list once they are all in.
     d->functions = functionWhiteList(*d->engine);
 }
 
-Shell::~Shell()
+// The core unloads the plug-ins in reverse order before it goes.
+Shell::~Shell() = default;
+
+QVector<plugin::PluginInfo> Shell::pluginFailures() const
 {
-    Engine::unload(d->core.get());
+    return d->pluginFailures;
+}
+
+QVector<plugin::PluginInfo> Shell::loadedPlugins() const
+{
+    QVector<plugin::PluginInfo> loaded;
+    for (const auto& p : d->core->extensionManager()->plugins().plugins())
+        if (p.loaded)
+            loaded << p;
+    return loaded;
 }
 
 const ShellOptions& Shell::options() const

@@ -1,12 +1,15 @@
 #pragma once
-// The shell's session: an engine loaded into its own Core, with the function
-// module, running dialect statements (or raw SQLite ones) and printing results.
+// The shell's session: a Core that loads the plug-ins (the engine, the function
+// module and any others), running dialect statements (or raw SQLite ones) and
+// printing results.
 
+#include "platform/core/PluginManager.h"
 #include "tools/tessera-sql/ResultPrinter.h"
 #include "tools/tessera-sql/StatementSplitter.h"
 
 #include <QString>
 #include <QStringList>
+#include <QVector>
 #include <memory>
 #include <vector>
 
@@ -29,14 +32,23 @@ struct ShellOptions {
     QString gisOutput;           // write each query's result to this GIS file instead
     QString gisDriver;           // GDAL driver for gisOutput (empty: by extension)
     bool progress = false;       // a progress line on standard error for long statements
+    // Plug-in files or folders searched before the default ones
+    // (plugin::PluginManager::defaultSearchPath); the first of a name wins.
+    QStringList pluginPaths;
 };
 
 class Shell {
 public:
-    // Throws std::runtime_error when the engine cannot start. The engine is
-    // made once per process, so a process has one Shell at a time.
+    // Loads the plug-ins. Throws std::runtime_error when the engine is not
+    // among them. The engine is made once per process, so a process has one
+    // Shell at a time.
     explicit Shell(ShellOptions options);
     ~Shell();
+
+    // The plug-ins that failed to load, with their reasons.
+    QVector<plugin::PluginInfo> pluginFailures() const;
+    // The plug-ins loaded, in load order.
+    QVector<plugin::PluginInfo> loadedPlugins() const;
 
     const ShellOptions& options() const;
     void setOptions(ShellOptions options);

@@ -99,8 +99,11 @@ int main(int argc, char* argv[])
                        "FlatGeobuf, CSV with WKT, ...; the driver follows the extension)."), QStringLiteral("PATH"));
     const QCommandLineOption outputDriverOption(QStringLiteral("output-driver"),
         QStringLiteral("GDAL driver for --output (e.g. GPKG, GeoJSON, \"ESRI Shapefile\", FlatGeobuf, CSV)."), QStringLiteral("NAME"));
+    const QCommandLineOption pluginOption(QStringLiteral("plugin"),
+        QStringLiteral("Load the plug-in at PATH (a file or a folder of plug-ins) besides those of the plug-in folder."),
+        QStringLiteral("PATH"));
     parser.addOptions({commandOption, openOption, openOptionOption, formatOption, translateOption, rawOption, verboseOption,
-                       noHeaderOption, bailOption, fullOption, outputOption, outputDriverOption});
+                       noHeaderOption, bailOption, fullOption, outputOption, outputDriverOption, pluginOption});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Script of statements to run."), QStringLiteral("[FILE]"));
     // Bad options exit with ExitUsage (QCommandLineParser::process would use 1).
     if (!parser.parse(QCoreApplication::arguments())) {
@@ -139,8 +142,14 @@ int main(int argc, char* argv[])
     if (parser.positionalArguments().size() > 1)
         return usageError(err, QStringLiteral("at most one script file"));
 
+    options.pluginPaths = parser.values(pluginOption);
+
     try {
         Shell shell(options);
+        // The shell goes on without a plug-in that failed.
+        for (const auto& failure : shell.pluginFailures())
+            err << "warning: plug-in " << failure.name << " not loaded: " << failure.error << '\n';
+        err.flush();
         for (const QString& opening : parser.values(openOption)) {
             const int eq = opening.lastIndexOf('=');
             const QString path = eq > 0 ? opening.left(eq) : opening;

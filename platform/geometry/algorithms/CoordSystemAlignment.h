@@ -1,6 +1,7 @@
 #pragma once
 // Puts two geometries into one coordinate system before they are compared.
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/Geometry.h"
 
 #include <utility>
@@ -11,7 +12,7 @@ namespace tessera::geometry {
 // different systems, labelled (a copy with the system set and fitted) when
 // only one of them has one. Throws std::invalid_argument for a missing
 // geometry and std::runtime_error when the transformation fails.
-std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystems(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT std::pair<ConstGeometryPtr, ConstGeometryPtr> alignCoordSystems(const ConstGeometryPtr& a, const ConstGeometryPtr& b);
 
 // The same, except that two different systems meet in one chosen without
 // regard to the order of the arguments, so that a measure of (a, b) equals

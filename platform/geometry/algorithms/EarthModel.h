@@ -3,17 +3,18 @@
 // coordinates) or a model of the earth (longitude/latitude in degrees, x being
 // the longitude). Lengths are in metres, areas in square metres.
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/Geometry.h"
 
 namespace tessera::geometry {
 
-struct Ellipsoid {
+struct TESSERA_GEOMETRY_ALGORITHMS_EXPORT Ellipsoid {
     double a = 6378137.0;               // semi-major axis, metres
     double f = 1.0 / 298.257223563;     // flattening (0 for a sphere)
     static Ellipsoid wgs84() { return {}; }
 };
 
-class EarthModel {
+class TESSERA_GEOMETRY_ALGORITHMS_EXPORT EarthModel {
 public:
     virtual ~EarthModel() = default;
     virtual double distance(const QPointF& p1, const QPointF& p2) const = 0;

@@ -15,13 +15,14 @@
 // polygon of the other makes the distance 0; a ring encloses the smaller of
 // the two sides it divides the earth into, as in the areas.
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/algorithms/EarthModel.h"
 
 #include <GeographicLib/Geodesic.hpp>
 
 namespace tessera::geometry {
 
-class GeodesicNearest {
+class TESSERA_GEOMETRY_ALGORITHMS_EXPORT GeodesicNearest {
 public:
     // `surface` is the sphere of a spherical model or the ellipsoid.
     explicit GeodesicNearest(const Ellipsoid& surface);

@@ -3,13 +3,14 @@
 // rings), through multi-geometries and collections. Curves and shapes are
 // visited as their linear approximation.
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/Geometry.h"
 
 #include <functional>
 
 namespace tessera::geometry {
 
-struct GeometryParts {
+struct TESSERA_GEOMETRY_ALGORITHMS_EXPORT GeometryParts {
     std::function<void(const QVector<QPointF>&)> onLine;
     std::function<void(const QVector<Ring>&)> onPolygon;
 

@@ -3,6 +3,7 @@
 // thread gets its own GEOS context, created on first use and destroyed with
 // the thread; GEOS objects are owned through GeosGeometry.
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/Geometry.h"
 
 #include <geos_c.h>
@@ -11,19 +12,19 @@
 
 namespace tessera::geometry {
 
-struct GeosGeometryDeleter {
+struct TESSERA_GEOMETRY_ALGORITHMS_EXPORT GeosGeometryDeleter {
     GEOSContextHandle_t context = nullptr;
     void operator()(GEOSGeometry* g) const { if (g) GEOSGeom_destroy_r(context, g); }
 };
 using GeosGeometry = std::unique_ptr<GEOSGeometry, GeosGeometryDeleter>;
 
-struct GeosCoordSequenceDeleter {
+struct TESSERA_GEOMETRY_ALGORITHMS_EXPORT GeosCoordSequenceDeleter {
     GEOSContextHandle_t context = nullptr;
     void operator()(GEOSCoordSequence* s) const { if (s) GEOSCoordSeq_destroy_r(context, s); }
 };
 using GeosCoordSequence = std::unique_ptr<GEOSCoordSequence, GeosCoordSequenceDeleter>;
 
-class GeosAdapter {
+class TESSERA_GEOMETRY_ALGORITHMS_EXPORT GeosAdapter {
 public:
     // Uses the calling thread's context.
     GeosAdapter();

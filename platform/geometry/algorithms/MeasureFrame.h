@@ -7,11 +7,12 @@
 // latitude in degrees on WGS84; projected geometries are first transformed to
 // the geographic system their projection is based on.
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/algorithms/EarthModel.h"
 
 namespace tessera::geometry {
 
-struct MeasureFrame {
+struct TESSERA_GEOMETRY_ALGORITHMS_EXPORT MeasureFrame {
     ConstGeometryPtr geometry;          // linear form
     double unitInMetres = 1.0;          // planar frames
     Ellipsoid ellipsoid;                // geographic frames
@@ -28,9 +29,9 @@ private:
 
 // The geographic system a projected one is based on (same datum), from PROJ.
 // Throws std::runtime_error when PROJ cannot tell.
-CoordSystemPtr geographicBase(const cs::CoordSystem& projected);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT CoordSystemPtr geographicBase(const cs::CoordSystem& projected);
 
 // The ellipsoid of a coordinate system; WGS84 for none.
-Ellipsoid ellipsoidOf(const CoordSystemPtr& coordSystem);
+TESSERA_GEOMETRY_ALGORITHMS_EXPORT Ellipsoid ellipsoidOf(const CoordSystemPtr& coordSystem);
 
 } // namespace tessera::geometry

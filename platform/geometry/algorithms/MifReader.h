@@ -3,6 +3,7 @@
 // any case, tokens separated by blanks and line breaks, style clauses after
 // the geometry skipped (a Text's "Angle" is kept).
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/MifService.h"
 
 #include <QStringList>
@@ -10,7 +11,7 @@
 
 namespace tessera::geometry {
 
-class MifReader {
+class TESSERA_GEOMETRY_ALGORITHMS_EXPORT MifReader {
 public:
     // Segments per full turn at most, whatever the set-up asks for.
     static constexpr quint32 maxResolution = 1u << 16;

@@ -3,11 +3,12 @@
 // half a millimetre, and unable to converge for nearly antipodal points, in
 // which case distance() throws std::runtime_error. Distances only.
 
+#include "platform/geometry/algorithms/AlgorithmsExport.h"
 #include "platform/geometry/algorithms/EarthModel.h"
 
 namespace tessera::geometry {
 
-class VincentyModel final : public EarthModel {
+class TESSERA_GEOMETRY_ALGORITHMS_EXPORT VincentyModel final : public EarthModel {
 public:
     static constexpr int maxIterations = 200;
     static constexpr double tolerance = 1e-12;   // on the longitude difference, radians

@@ -41,6 +41,7 @@ TEST(ShellCatalog, MetaCommandsBetweenStatements)
     ASSERT_FALSE(gpkg.isEmpty());
     ShellOptions options;
     options.format = OutputFormat::Csv;
+    options.pluginPaths << QStringLiteral(TESSERA_PLUGIN_DIR);
     Shell shell(options);
 
     const struct {
@@ -118,6 +119,7 @@ TEST(ShellCatalog, IndexAnswersAsTheScan)
     ASSERT_FALSE(gpkg.isEmpty());
     ShellOptions options;
     options.format = OutputFormat::Csv;
+    options.pluginPaths << QStringLiteral(TESSERA_PLUGIN_DIR);
     Shell shell(options);
     // NULL keys for Is Null: the 8 countries whose names start with "B".
     ASSERT_EQ(run(shell, QStringLiteral(".open %1:land t\nUpdate t Set gdp_md_est = Null Where name Like 'b%';").arg(gpkg)), QString());

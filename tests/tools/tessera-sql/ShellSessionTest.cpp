@@ -42,7 +42,9 @@ class ShellSession : public ::testing::Test {
 protected:
     static void SetUpTestSuite()
     {
-        shell = new Shell(ShellOptions{});
+        ShellOptions options;
+        options.pluginPaths << QStringLiteral(TESSERA_PLUGIN_DIR);
+        shell = new Shell(options);
         QString error;
         if (!shell->openFile(QStringLiteral(TESSERA_TEST_DATA "/countries.geojson"), QStringLiteral("countries"), error))
             ADD_FAILURE() << error.toStdString();

@@ -29,7 +29,12 @@ struct Outcome {
 class ShellTest : public ::testing::Test {
 protected:
     // The engine is made once per process, so the whole suite shares one shell.
-    static void SetUpTestSuite() { shell = new Shell(ShellOptions{}); }
+    static void SetUpTestSuite()
+    {
+        ShellOptions options;
+        options.pluginPaths << QStringLiteral(TESSERA_PLUGIN_DIR);
+        shell = new Shell(options);
+    }
     static void TearDownTestSuite() { delete shell; shell = nullptr; }
 
     void SetUp() override { shell->setOptions(ShellOptions{}); }
@@ -339,6 +344,8 @@ TEST_F(ShellTest, MetaCommands)
         {"geometry column", ".index meta_countries obj", false, "", "cannot be indexed"},
         {"unknown index", ".dropindex meta_countries 999", false, "", "table meta_countries has no index 999"},
         {"unknown command", ".nothing", false, "", "unknown command .nothing"},
+        {"plugins", ".plugins", true, "name,version,file\nengine,0.1.0,", ""},
+        {"help", ".help", true, "\n.plugins ", ""},
         {"argument count", ".dropindex meta_countries", false, "", "usage: .dropindex TABLE INDEX"},
         {"between statements", "Select 1 As a;\n  .operators\nSelect 2 As b", true, "a\n1\n1\n2\n", ""},
         {"inside a string", "Select 'x\n.operators' As t", true, "\"x\n.operators\"", ""},
