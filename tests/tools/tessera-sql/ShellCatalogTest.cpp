@@ -71,6 +71,14 @@ TEST(ShellCatalog, MetaCommandsBetweenStatements)
         {"edit the GeoPackage", QStringLiteral("Delete From Earth Where pop_est > 1e8;\nSelect Count(*) As n From Earth;"), true,
          QStringLiteral("n\n86\n"), QString()},
         {"unknown command", QStringLiteral(".frobnicate"), false, QString(), QStringLiteral("unknown command")},
+        // Natural Earth's Russia with its parts cut at 180 degrees: made continuous
+        // they overlap, which GEOS refuses; the shape as stored answers instead
+        // (expected values: SpatiaLite's ST_Contains on the same file).
+        {"parts cut at 180",
+         QStringLiteral(".open %1 ru\nSelect obj Contains MakePoint(-175, 65, 4326) As a, obj Contains MakePoint(-172, 67, 4326) As b,"
+                        " obj Contains MakePoint(170, 65, 4326) As c, obj Contains MakePoint(100, 60, 4326) As d From ru;\n.close ru")
+             .arg(QStringLiteral(TESSERA_TEST_DATA "/russia-110m.geojson")),
+         true, QStringLiteral("a,b,c,d\n0,1,0,1\n"), QString()},
     };
     for (const auto& row : rows) {
         QString out, err;
