@@ -58,6 +58,10 @@ struct Shell::Private {
     // The file results go to after .output.
     std::unique_ptr<QFile> outputFile;
     std::unique_ptr<QTextStream> output;
+    // The stream an .output command replaced: the command still writes to it
+    // until it returns, so it is closed after that.
+    std::unique_ptr<QFile> replacedFile;
+    std::unique_ptr<QTextStream> replaced;
     // The GIS file the next statement's result goes to (.export).
     QString exportPath;
     QString exportDriver;
@@ -384,6 +388,8 @@ bool Shell::runStatements(const QVector<ScriptStatement>& statements, bool nameL
         d->nameLine = nameLines;
         if (statement.metaCommand) {
             ok = runMetaCommand(*this, statement.text, d->resultStream(out), err) && ok;
+            d->replaced.reset();
+            d->replacedFile.reset();
         } else if (!d->exportPath.isEmpty()) {
             const QString path = std::exchange(d->exportPath, QString());
             ok = exportQuery(statement.text, path, std::exchange(d->exportDriver, QString()), out, err) && ok;
@@ -400,8 +406,8 @@ bool Shell::runStatements(const QVector<ScriptStatement>& statements, bool nameL
 
 bool Shell::setOutput(const QString& path, QString& error)
 {
-    d->output.reset();
-    d->outputFile.reset();
+    d->replaced = std::move(d->output);
+    d->replacedFile = std::move(d->outputFile);
     if (path.isEmpty())
         return true;
     auto file = std::make_unique<QFile>(path);
