@@ -45,7 +45,9 @@ std::string plainAnswer(const std::string& sql, const std::string& a, const std:
 // Whether every bracket of a GLOB pattern is closed and no range is reversed
 // ([h-d]). On other patterns the two differ by design (see the dialect
 // reference): SQLite tests the first character of a reversed range, the
-// engine's matcher matches nothing with it. Those patterns are left out.
+// engine's matcher matches nothing with it; and a range that spans capitals
+// ([&-d]) holds their small letters too when case is ignored. Those patterns
+// are left out.
 bool wellFormedGlob(const std::string& pattern)
 {
     for (std::size_t i = 0; i < pattern.size(); ++i) {
@@ -59,6 +61,10 @@ bool wellFormedGlob(const std::string& pattern)
         for (; k < pattern.size() && pattern[k] != ']'; ++k) {
             if (k + 2 < pattern.size() && pattern[k + 1] == '-' && pattern[k + 2] != ']') {
                 if (pattern[k] > pattern[k + 2])
+                    return false;
+                // A range over capitals also holds the small letters to the
+                // engine, whose GLOB ignores case.
+                if (pattern[k] <= 'Z' && pattern[k + 2] >= 'A')
                     return false;
                 k += 2;
             }
