@@ -7,6 +7,8 @@ packages=(
   build-essential cmake pkg-config git ccache
   qtbase5-dev libqt5sql5-sqlite qttools5-dev-tools qttools5-dev
   libedit-dev tmux
+  # Map images of the shell: glyph outlines and the system's sans-serif face.
+  libfreetype-dev libfontconfig-dev fonts-dejavu-core
   libsqlite3-dev libspatialite-dev
   libgeos-dev libproj-dev proj-data libgeographiclib-dev
   libgdal-dev libboost-dev

@@ -10,6 +10,7 @@
 #include "tools/tessera-sql/Shell.h"
 
 #include <QPair>
+#include <QRegularExpression>
 #include <QTextStream>
 #include <QVector>
 #include <algorithm>
@@ -329,10 +330,38 @@ bool eval(MetaContext& context, const QStringList& arguments)
     return context.shell.evaluate(arguments.front(), metaCommandRest(context.line, 2), context.out, context.err);
 }
 
+bool select(MetaContext& context, const QStringList& arguments)
+{
+    if (arguments.size() == 1)
+        return fail(context, QStringLiteral("usage: .select TABLE CONDITION (or .select alone to clear the selection)"));
+    // The condition as written, as .eval takes its expression.
+    return context.shell.select(arguments.value(0), metaCommandRest(context.line, 2), context.out, context.err);
+}
+
 bool exportNext(MetaContext& context, const QStringList& arguments)
 {
     context.shell.exportNext(arguments.front(), arguments.value(1));
     return true;
+}
+
+bool plot(MetaContext& context, const QStringList& arguments)
+{
+    // After PATH: a size WIDTHxHEIGHT, or the label column.
+    PlotOptions options;
+    for (const QString& word : arguments.mid(1)) {
+        static const QRegularExpression size(QStringLiteral("^\\d+[xX]\\d+$"));
+        if (size.match(word).hasMatch()) {
+            if (!parsePlotSize(word, options.size))
+                return fail(context, QStringLiteral("an image of %1 pixels cannot be drawn (each side from %2 to %3)")
+                                         .arg(word).arg(plotMinimumSide).arg(plotMaximumSide));
+        } else if (options.labelColumn.isEmpty()) {
+            options.labelColumn = word;
+        } else {
+            return fail(context, QStringLiteral("usage: .plot PATH [LABEL] [WIDTHxHEIGHT]"));
+        }
+    }
+    QString error;
+    return context.shell.plotNext(arguments.front(), options, error) || fail(context, error);
 }
 
 bool quit(MetaContext& context, const QStringList&)
@@ -346,28 +375,36 @@ bool quit(MetaContext& context, const QStringList&)
 const std::vector<MetaCommand>& metaCommands()
 {
     static const std::vector<MetaCommand> commands = {
-        {".close", ".close NAME", "close a table (its virtual table is dropped)", 1, 1, closeSource},
-        {".dropindex", ".dropindex TABLE INDEX", "drop an index built with .index", 2, 2, dropIndex},
-        {".eval", ".eval TABLE EXPRESSION", "the expression's value for every feature of a table, by id", 2, -1, eval},
-        {".exit", ".exit", "leave the shell (the rest of the input is not run)", 0, 0, quit},
-        {".export", ".export PATH [FORMAT]", "write the next query's result to a GIS file (GDAL driver FORMAT)", 1, 2, exportNext},
-        {".functions", ".functions [MASK]", "the dialect functions available (1 scalar, 2 aggregate, 8 window)", 0, 1, functions},
-        {".headers", ".headers on|off", "column headers in table and csv output", 1, 1, headers},
-        {".help", ".help", "this list", 0, 0, help},
-        {".index", ".index TABLE COLUMN[,COLUMN...]", "build and fill an index over columns of an open table", 2, -1, index},
-        {".indexes", ".indexes [TABLE]", "the indices with their columns and rows", 0, 1, indexes},
-        {".mode", ".mode table|csv|json|geojson", "the output format", 1, 1, mode},
-        {".nullvalue", ".nullvalue TEXT", "the text shown for NULL (\"\" for the format's own)", 1, 1, nullValue},
-        {".open", ".open PATH [NAME] [KEY=VALUE ...]", "open a GIS source as a live table (KEY=VALUE: GDAL open options)", 1, -1, openSource},
-        {".operators", ".operators", "the operation codes the engine translates", 0, 0, operators},
-        {".output", ".output [FILE]", "results to FILE from now on; without FILE back to standard output", 0, 1, output},
-        {".quit", ".quit", "leave the shell (the rest of the input is not run)", 0, 0, quit},
-        {".read", ".read FILE", "run the statements and commands of a script file", 1, 1, read},
-        {".plugins", ".plugins", "the plug-ins loaded, with their versions and files", 0, 0, plugins},
-        {".rename", ".rename OLD NEW", "rename a table", 2, 2, renameSource},
-        {".schema", ".schema [NAME]", "the columns of a table, or of every table", 0, 1, showSchema},
-        {".tables", ".tables", "the tables of the catalog", 0, 0, listTables},
-        {".timer", ".timer on|off", "the elapsed time after each statement", 1, 1, timer},
+        {".close", ".close NAME", "close a table (its virtual table is dropped)", ".close roads", 1, 1, closeSource},
+        {".dropindex", ".dropindex TABLE INDEX", "drop an index built with .index", ".dropindex countries 1", 2, 2, dropIndex},
+        {".eval", ".eval TABLE EXPRESSION", "the expression's value for every feature of a table, by id",
+         ".eval countries Area(obj, \"sq km\")", 2, -1, eval},
+        {".exit", ".exit", "leave the shell (the rest of the input is not run)", ".exit", 0, 0, quit},
+        {".export", ".export PATH [FORMAT]", "write the next query's result to a GIS file (GDAL driver FORMAT), or draw it to an image (.png)",
+         ".export europe.gpkg", 1, 2, exportNext},
+        {".functions", ".functions [MASK]", "the dialect functions available (1 scalar, 2 aggregate, 8 window)", ".functions 2", 0, 1, functions},
+        {".headers", ".headers on|off", "column headers in table and csv output", ".headers off", 1, 1, headers},
+        {".help", ".help", "this list", ".help", 0, 0, help},
+        {".index", ".index TABLE COLUMN[,COLUMN...]", "build and fill an index over columns of an open table", ".index countries iso_a3",
+         2, -1, index},
+        {".indexes", ".indexes [TABLE]", "the indices with their columns and rows", ".indexes countries", 0, 1, indexes},
+        {".mode", ".mode table|csv|json|geojson", "the output format", ".mode csv", 1, 1, mode},
+        {".nullvalue", ".nullvalue TEXT", "the text shown for NULL (\"\" for the format's own)", ".nullvalue NULL", 1, 1, nullValue},
+        {".open", ".open PATH [NAME] [KEY=VALUE ...]", "open a GIS source as a live table (KEY=VALUE: GDAL open options)",
+         ".open tests/data/countries.geojson countries", 1, -1, openSource},
+        {".operators", ".operators", "the operation codes the engine translates", ".operators", 0, 0, operators},
+        {".output", ".output [FILE]", "results to FILE from now on; without FILE back to standard output", ".output result.csv", 0, 1, output},
+        {".plot", ".plot PATH [LABEL] [WIDTHxHEIGHT]", "draw the next query's geometries as a map image (PNG, ...), labelled from column LABEL",
+         ".plot germany.png name 1024x768", 1, 3, plot},
+        {".plugins", ".plugins", "the plug-ins loaded, with their versions and files", ".plugins", 0, 0, plugins},
+        {".quit", ".quit", "leave the shell (the rest of the input is not run)", ".quit", 0, 0, quit},
+        {".read", ".read FILE", "run the statements and commands of a script file", ".read setup.sql", 1, 1, read},
+        {".rename", ".rename OLD NEW", "rename a table", ".rename countries world", 2, 2, renameSource},
+        {".schema", ".schema [NAME]", "the columns of a table, or of every table", ".schema countries", 0, 1, showSchema},
+        {".select", ".select [TABLE CONDITION]", "the features of TABLE where the condition holds become the selection (the Selection table); alone: none",
+         ".select countries continent = \"Europe\"", 0, -1, select},
+        {".tables", ".tables", "the tables of the catalog", ".tables", 0, 0, listTables},
+        {".timer", ".timer on|off", "the elapsed time after each statement", ".timer on", 1, 1, timer},
     };
     return commands;
 }
@@ -376,7 +413,8 @@ QString metaCommandHelp()
 {
     QString text;
     for (const MetaCommand& command : metaCommands())
-        text += QString::fromUtf8(command.usage).leftJustified(36) + QLatin1Char(' ') + QString::fromUtf8(command.summary) + QLatin1Char('\n');
+        text += QString::fromUtf8(command.usage).leftJustified(36) + QLatin1Char(' ') + QString::fromUtf8(command.summary)
+            + QLatin1Char('\n') + QString(37, QLatin1Char(' ')) + QStringLiteral("e.g. ") + QString::fromUtf8(command.example) + QLatin1Char('\n');
     return text;
 }
 

@@ -2,8 +2,8 @@
 // The shell's meta-commands, as in the sqlite3 shell: a line whose first
 // non-blank character is '.' (outside a statement; StatementSplitter.h finds
 // them) is one command, its words split at blanks ("..." or '...' keep blanks inside a word). Every command
-// is one row of the table in MetaCommands.cpp: name, usage, a line of help
-// and the handler. A new command is a new row.
+// is one row of the table in MetaCommands.cpp: name, usage, a line of help,
+// an example and the handler. A new command is a new row.
 
 #include <QString>
 #include <QStringList>
@@ -26,6 +26,7 @@ struct MetaCommand {
     const char* name;      // with the dot: ".functions"
     const char* usage;     // ".functions [MASK]"
     const char* summary;   // what .help says about it
+    const char* example;   // a line that uses it, shown by .help and --help
     int minArguments;
     int maxArguments;      // -1: no limit
     // False after an error, which the handler has written to context.err.

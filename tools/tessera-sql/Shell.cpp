@@ -8,11 +8,15 @@
 #include "platform/core/Core.h"
 #include "platform/core/Extensions.h"
 #include "platform/dp/DataCatalogWithSelection.h"
+#include "platform/dp/GeometryAttributeDefinition.h"
 #include "platform/dp/GeometryValue.h"
 #include "platform/dp/Table.h"
+#include "platform/cs/CoordSystem.h"
+#include "platform/geometry/algorithms/EarthMeasureNotice.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
 #include "providers/gdal/GdalTable.h"
+#include "tools/tessera-sql/AssignedCoordSystemTable.h"
 #include "tools/tessera-sql/CellAbbreviation.h"
 #include "tools/tessera-sql/ErrorText.h"
 #include "tools/tessera-sql/GdalMessages.h"
@@ -65,6 +69,10 @@ struct Shell::Private {
     // The GIS file the next statement's result goes to (.export).
     QString exportPath;
     QString exportDriver;
+    PlotOptions exportPlot;
+    // A geometry without coordinate system measured in an earth model is
+    // read as longitude and latitude: said once per session.
+    bool warnedBareGeometry = false;
     int readDepth = 0;   // .read inside .read
     bool quit = false;
 
@@ -86,6 +94,16 @@ struct Shell::Private {
         err << "error: line " << at << ", column " << column << ": NUL character in the script; nothing was run\n";
         err.flush();
         return true;
+    }
+    void warnOfBareGeometries(QTextStream& err)
+    {
+        if (!geometry::takeEarthMeasureWithoutCoordSystem() || warnedBareGeometry)
+            return;
+        warnedBareGeometry = true;
+        err << "warning: a geometry without coordinate system was measured on the earth as WGS84 longitude and "
+               "latitude in degrees; if its coordinates are in another system, name it with --srs CODE "
+               "(e.g. --srs EPSG:3857)\n";
+        err.flush();
     }
     // Results and meta-command output go to the .output file, if any.
     QTextStream& resultStream(QTextStream& screen) const { return output ? *output : screen; }
@@ -208,11 +226,22 @@ bool Shell::openFile(const QString& text, const QString& name, const QStringList
     } else if (QFileInfo::exists(path)) {
         options.name = dp::DataObject::makeValidObjectName(options.layer.isEmpty() ? QFileInfo(path).completeBaseName() : options.layer);
     }
+    std::shared_ptr<cs::CoordSystem> assigned;
+    if (!d->options.srs.isEmpty()) {
+        assigned = cs::CoordSysFactory::defaultCoordSysFactory()->createFromTaggedString(d->options.srs);
+        if (!assigned) {
+            error = QStringLiteral("cannot open %1: %2 is not a coordinate system (use EPSG:code, a PROJ string or WKT)").arg(text, d->options.srs);
+            return false;
+        }
+    }
     // GDAL's own messages are folded into the error, or reported as warnings.
     GdalMessages messages;
-    std::shared_ptr<providers::GdalTable> table;
+    std::shared_ptr<dp::Table> table;
     try {
         table = providers::GdalTable::open(path, options);
+        // --srs: geometries that their source leaves without a system get one.
+        if (assigned && !table->schema().attributePlan<dp::GeometryAttributeDefinition>()->isEmpty() && !table->coordSystem())
+            table = std::make_shared<AssignedCoordSystemTable>(table, assigned);
         table->setName(d->catalog->uniqueName(table->name()));
         // The extension creates the virtual table as the catalog reports it.
         d->catalog->addDataObject(table);
@@ -332,6 +361,19 @@ void Shell::exportNext(const QString& path, const QString& driver)
 {
     d->exportPath = path;
     d->exportDriver = driver;
+    d->exportPlot = d->options.plot;
+}
+
+bool Shell::plotNext(const QString& path, const PlotOptions& plot, QString& error)
+{
+    if (!isImagePath(path)) {
+        error = QStringLiteral("cannot draw to %1: not an image file name (.png, .jpg, .bmp, ...)").arg(path);
+        return false;
+    }
+    d->exportPath = path;
+    d->exportDriver.clear();
+    d->exportPlot = plot;
+    return true;
 }
 
 void Shell::quit()
@@ -386,16 +428,21 @@ bool Shell::runStatements(const QVector<ScriptStatement>& statements, bool nameL
         d->line = statement.line;
         d->column = statement.column;
         d->nameLine = nameLines;
+        geometry::takeEarthMeasureWithoutCoordSystem();   // only this statement's measures count
         if (statement.metaCommand) {
             ok = runMetaCommand(*this, statement.text, d->resultStream(out), err) && ok;
             d->replaced.reset();
             d->replacedFile.reset();
         } else if (!d->exportPath.isEmpty()) {
             const QString path = std::exchange(d->exportPath, QString());
+            const PlotOptions plot = d->options.plot;
+            d->options.plot = d->exportPlot;
             ok = exportQuery(statement.text, path, std::exchange(d->exportDriver, QString()), out, err) && ok;
+            d->options.plot = plot;
         } else {
             ok = runStatement(statement.text, out, err) && ok;
         }
+        d->warnOfBareGeometries(err);
         if (!ok && d->options.bail)
             break;
     }
@@ -474,6 +521,55 @@ bool Shell::evaluate(const QString& tableName, const QString& expression, QTextS
     }
     QTextStream& out = d->resultStream(screen);
     printResult(out, result, d->options.format, d->options.headers);
+    out.flush();
+    return true;
+}
+
+bool Shell::select(const QString& tableName, const QString& condition, QTextStream& screen, QTextStream& err)
+{
+    QTextStream& out = d->resultStream(screen);
+    if (tableName.isEmpty()) {
+        d->catalog->setSelection(dp::Selection());
+        out << "selection cleared\n";
+        out.flush();
+        return true;
+    }
+    const auto table = this->table(tableName);
+    if (!table) {
+        d->report(err, QStringLiteral("no table %1 is open (open one with .open PATH or --open PATH[=NAME])").arg(tableName));
+        return false;
+    }
+    // The condition is translated as an expression over the table's columns,
+    // which are the virtual table's; its rows' ids are the engine's feature
+    // numbers, which the selection keeps as feature ids.
+    engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
+    builder.setWhiteList(d->functions);
+    builder.setSelection(d->catalog->selection(), d->engine->cache());
+    if (!d->engine->tryToTranslate(condition.toStdString(), builder, Engine::ExpressionOnly)) {
+        QStringList reasons;
+        for (const auto& e : builder.errors())
+            reasons << describeError(*e);
+        d->report(err, QStringLiteral("bad condition %1: %2").arg(condition, reasons.join(QLatin1String("; "))));
+        return false;
+    }
+    QString name = table->name();
+    name.replace(QLatin1Char('"'), QLatin1String("\"\""));
+    GdalMessages messages;
+    QSqlQuery query(d->engine->engineDatabase());
+    query.setForwardOnly(true);
+    if (!query.exec(QStringLiteral("Select rowid From \"%1\" Where (%2)").arg(name, sql::fromSqlString(builder.query())))) {
+        d->report(err, QStringLiteral("bad condition %1: %2").arg(condition, messages.foldInto(query.lastError().databaseText())));
+        return false;
+    }
+    QVector<dp::FeatureId> ids;
+    while (query.next())
+        ids << d->engine->cache()->intToId(query.value(0).toLongLong());
+    if (query.lastError().isValid()) {
+        d->report(err, QStringLiteral("bad condition %1: %2").arg(condition, messages.foldInto(query.lastError().databaseText())));
+        return false;
+    }
+    d->catalog->setSelection(dp::Selection(table, ids));
+    out << ids.size() << (ids.size() == 1 ? " feature" : " features") << " of " << table->name() << " selected\n";
     out.flush();
     return true;
 }
@@ -571,7 +667,10 @@ bool Shell::runStatement(const QString& statement, QTextStream& screen, QTextStr
     if (toGisFile) {
         gis.columns = result.columns;
         QString error;
-        if (!writeGisFile(d->options.gisOutput, d->options.gisDriver, gis, error)) {
+        // An image file name (and no driver) asks for a map.
+        const bool image = d->options.gisDriver.isEmpty() && isImagePath(d->options.gisOutput);
+        if (image ? !plotMap(d->options.gisOutput, gis, d->options.plot, error)
+                  : !writeGisFile(d->options.gisOutput, d->options.gisDriver, gis, error)) {
             d->report(err, error);
             return false;
         }

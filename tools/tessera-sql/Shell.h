@@ -4,6 +4,7 @@
 // printing results.
 
 #include "platform/core/PluginManager.h"
+#include "tools/tessera-sql/MapPlot.h"
 #include "tools/tessera-sql/ResultPrinter.h"
 #include "tools/tessera-sql/StatementSplitter.h"
 
@@ -31,6 +32,10 @@ struct ShellOptions {
     bool timer = false;          // print each statement's elapsed time
     QString gisOutput;           // write each query's result to this GIS file instead
     QString gisDriver;           // GDAL driver for gisOutput (empty: by extension)
+    PlotOptions plot;            // gisOutput naming an image: the map's label column and size
+    // The coordinate system ("EPSG:4326", a PROJ string, WKT) of opened
+    // sources that name none; empty: they stay without one.
+    QString srs;
     bool progress = false;       // a progress line on standard error for long statements
     // Plug-in files or folders searched before the default ones
     // (plugin::PluginManager::defaultSearchPath); the first of a name wins.
@@ -57,7 +62,8 @@ public:
     // "PG:..." connection, ...) as table `name` (the file's base name when
     // empty) in the shell's data catalog (the host's catalog, with its
     // selection); the table adapter serves it live. "file.gpkg:roads" names a
-    // layer. `openOptions` are GDAL open options (KEY=VALUE). False with a
+    // layer. `openOptions` are GDAL open options (KEY=VALUE). A source without
+    // coordinate system gets the options' srs, if any. False with a
     // message in `error` when it cannot be opened or the name is taken; after
     // success `error` holds GDAL's warnings, if any.
     bool openFile(const QString& path, const QString& name, QString& error);
@@ -93,12 +99,22 @@ public:
     // .eval TABLE EXPRESSION: the dialect expression's value for every
     // feature of the catalog's table TABLE, as rows of (id, value).
     bool evaluate(const QString& table, const QString& expression, QTextStream& out, QTextStream& err);
+    // .select TABLE CONDITION: the features of the catalog's table TABLE for
+    // which the dialect condition holds become the current selection (the
+    // Selection table); prints how many. An empty `condition` with an empty
+    // `table` clears the selection.
+    bool select(const QString& table, const QString& condition, QTextStream& out, QTextStream& err);
 
     // The result of `statement` written to the GIS file `path` (GDAL driver
     // `driver`, or by the extension).
     bool exportQuery(const QString& statement, const QString& path, const QString& driver, QTextStream& out, QTextStream& err);
-    // .export PATH [FORMAT]: the next statement's result goes to that file.
+    // .export PATH [FORMAT]: the next statement's result goes to that file
+    // (a map image when PATH names one, drawn with the options' plot).
     void exportNext(const QString& path, const QString& driver);
+    // .plot PATH [LABEL] [SIZE]: the next statement's result drawn as a map
+    // to the image file `path` (MapPlot.h). False with the reason when PATH
+    // is not an image file name.
+    bool plotNext(const QString& path, const PlotOptions& plot, QString& error);
     // .quit, .exit: the statements after it are not run, and the input
     // loop stops reading.
     void quit();

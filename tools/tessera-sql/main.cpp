@@ -1,5 +1,6 @@
 // tessera-sql: runs dialect queries on the engine from the command line.
 
+#include "platform/cs/CoordSystem.h"
 #include "tools/tessera-sql/CellAbbreviation.h"
 #include "tools/tessera-sql/InputLoop.h"
 #include "tools/tessera-sql/InterruptHandler.h"
@@ -71,48 +72,81 @@ int main(int argc, char* argv[])
         "read; 2 bad options; 130 interrupted by Ctrl-C outside interactive use.\n\n"
         "Example: tessera-sql -o countries.geojson -c 'Select name, Area(obj, \"sq km\") From countries'\n\n"
         "A line that starts with '.' is a meta-command:\n") + metaCommandHelp());
-    parser.addHelpOption();
-    parser.addVersionOption();
+    // Every option says what it does and shows one use.
+    const auto describe = [](const char* what, const char* example) {
+        return QString::fromUtf8(what) + QStringLiteral("\nExample: ") + QString::fromUtf8(example);
+    };
     const QCommandLineOption commandOption({QStringLiteral("c"), QStringLiteral("command")},
-        QStringLiteral("Run QUERY (may be given several times)."), QStringLiteral("QUERY"));
+        describe("Run QUERY (may be given several times).", "tessera-sql -c 'Select 7 \\ 2'"), QStringLiteral("QUERY"));
     const QCommandLineOption openOption({QStringLiteral("o"), QStringLiteral("open")},
-        QStringLiteral("Open a GIS source as a table, served live; NAME defaults to the file's base name. "
-                       "PATH may name a layer (file.gpkg:roads) or be a connection string (PG:...)."), QStringLiteral("PATH[=NAME]"));
+        describe("Open a GIS source as a table, served live; NAME defaults to the file's base name. "
+                 "PATH may name a layer (file.gpkg:roads) or be a connection string (PG:...).",
+                 "tessera-sql --open tests/data/countries.geojson=c -c 'Select Count(*) From c'"), QStringLiteral("PATH[=NAME]"));
     const QCommandLineOption openOptionOption(QStringLiteral("open-option"),
-        QStringLiteral("GDAL open option for the sources of --open (may be given several times)."), QStringLiteral("KEY=VALUE"));
+        describe("GDAL open option for the sources of --open (may be given several times).",
+                 "tessera-sql --open points.csv --open-option GEOM_POSSIBLE_NAMES=wkt"), QStringLiteral("KEY=VALUE"));
+    const QCommandLineOption srsOption(QStringLiteral("srs"),
+        describe("Coordinate system of the opened sources that name none (a CSV with WKT, ...): EPSG:code, "
+                 "a PROJ string or WKT. Without it their geometries have no coordinate system, and the earth "
+                 "models read them as WGS84 longitude and latitude (with a warning).",
+                 "tessera-sql --srs EPSG:3857 --open sites.csv -c 'Select SphericalArea(obj, \"sq km\") From sites'"),
+        QStringLiteral("CODE"));
     const QCommandLineOption formatOption(QStringLiteral("format"),
-        QStringLiteral("Output format: table (default), csv, json or geojson (a FeatureCollection)."), QStringLiteral("FORMAT"), QStringLiteral("table"));
+        describe("Output format: table (default), csv, json or geojson (a FeatureCollection).", "tessera-sql --format csv -c 'Select 1 As one'"),
+        QStringLiteral("FORMAT"), QStringLiteral("table"));
     const QCommandLineOption translateOption(QStringLiteral("translate"),
-        QStringLiteral("Print the SQLite translation instead of running the query."));
+        describe("Print the SQLite translation instead of running the query.", "tessera-sql --translate -c 'Select 7 \\ 2'"));
     const QCommandLineOption rawOption(QStringLiteral("raw"),
-        QStringLiteral("Run the text as SQLite SQL, without translation."));
+        describe("Run the text as SQLite SQL, without translation.", "tessera-sql --raw -c 'Select sqlite_version()'"));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
-        QStringLiteral("Show the engine's debug and info log on standard error."));
+        describe("Show the engine's debug and info log on standard error.", "tessera-sql --verbose -c 'Select 1'"));
     const QCommandLineOption noHeaderOption(QStringLiteral("no-header"),
-        QStringLiteral("Print rows without the column headers (table and csv)."));
+        describe("Print rows without the column headers (table and csv).", "tessera-sql --no-header --format csv -c 'Select 1'"));
     const QCommandLineOption bailOption(QStringLiteral("bail"),
-        QStringLiteral("Stop at the first failing statement (by default a script goes on)."));
+        describe("Stop at the first failing statement (by default a script goes on).", "tessera-sql --bail script.sql"));
     const QCommandLineOption fullOption(QStringLiteral("full"),
-        QStringLiteral("Show geometries whole in table output (by default cut to the terminal's width)."));
+        describe("Show geometries whole in table output (by default cut to the terminal's width).",
+                 "tessera-sql --full --open tests/data/countries.geojson -c 'Select obj From countries Limit 1'"));
     const QCommandLineOption outputOption(QStringLiteral("output"),
-        QStringLiteral("Write query results to the GIS file PATH through GDAL (GeoPackage, GeoJSON, Shapefile, "
-                       "FlatGeobuf, CSV with WKT, ...; the driver follows the extension)."), QStringLiteral("PATH"));
-    const QCommandLineOption outputDriverOption(QStringLiteral("output-driver"),
-        QStringLiteral("GDAL driver for --output (e.g. GPKG, GeoJSON, \"ESRI Shapefile\", FlatGeobuf, CSV)."), QStringLiteral("NAME"));
-    const QCommandLineOption pluginOption(QStringLiteral("plugin"),
-        QStringLiteral("Load the plug-in at PATH (a file or a folder of plug-ins) besides those of the plug-in folder."),
+        describe("Write query results to the GIS file PATH through GDAL (GeoPackage, GeoJSON, Shapefile, "
+                 "FlatGeobuf, CSV with WKT, ...; the driver follows the extension); an image file name "
+                 "(.png, .jpg, .bmp) draws the result's geometries as a map instead (see --plot-label, --plot-size).",
+                 "tessera-sql --open tests/data/countries.geojson --output europe.png -c 'Select obj From countries Where continent = \"Europe\"'"),
         QStringLiteral("PATH"));
-    parser.addOptions({commandOption, openOption, openOptionOption, formatOption, translateOption, rawOption, verboseOption,
-                       noHeaderOption, bailOption, fullOption, outputOption, outputDriverOption, pluginOption});
+    const QCommandLineOption outputDriverOption(QStringLiteral("output-driver"),
+        describe("GDAL driver for --output (e.g. GPKG, GeoJSON, \"ESRI Shapefile\", FlatGeobuf, CSV).",
+                 "tessera-sql --output result.dat --output-driver GPKG -c 'Select 1 As one'"),
+        QStringLiteral("NAME"));
+    const QCommandLineOption plotLabelOption(QStringLiteral("plot-label"),
+        describe("Label each geometry of a map drawn with --output PATH.png with the text of this column.",
+                 "tessera-sql --output map.png --plot-label name --open tests/data/countries.geojson -c 'Select name, obj From countries'"),
+        QStringLiteral("COLUMN"));
+    const QCommandLineOption plotSizeOption(QStringLiteral("plot-size"),
+        describe("Size in pixels of a map drawn with --output PATH.png (default 800x600).",
+                 "tessera-sql --output map.png --plot-size 1600x1200 --open tests/data/countries.geojson -c 'Select obj From countries'"),
+        QStringLiteral("WIDTHxHEIGHT"));
+    const QCommandLineOption pluginOption(QStringLiteral("plugin"),
+        describe("Load the plug-in at PATH (a file or a folder of plug-ins) besides those of the plug-in folder.",
+                 "tessera-sql --plugin build-example/series_plugin.so -c '.plugins'"),
+        QStringLiteral("PATH"));
+    const QCommandLineOption helpOption({QStringLiteral("h"), QStringLiteral("help"), QStringLiteral("?")},
+        describe("Show this help: every option and meta-command, each with an example.", "tessera-sql --help | less"));
+    QCommandLineOption helpAllOption(QStringLiteral("help-all"), QStringLiteral("The same help."));
+    helpAllOption.setFlags(QCommandLineOption::HiddenFromHelp);
+    const QCommandLineOption versionOption({QStringLiteral("v"), QStringLiteral("version")},
+        describe("Show the version.", "tessera-sql --version"));
+    parser.addOptions({helpOption, helpAllOption, versionOption, commandOption, openOption, openOptionOption, srsOption, formatOption, translateOption, rawOption,
+                       verboseOption, noHeaderOption, bailOption, fullOption, outputOption, outputDriverOption, plotLabelOption,
+                       plotSizeOption, pluginOption});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Script of statements to run."), QStringLiteral("[FILE]"));
     // Bad options exit with ExitUsage (QCommandLineParser::process would use 1).
     if (!parser.parse(QCoreApplication::arguments())) {
         QTextStream err(stderr);
         return usageError(err, parser.errorText());
     }
-    if (parser.isSet(QStringLiteral("help")))
+    if (parser.isSet(helpOption) || parser.isSet(helpAllOption))
         parser.showHelp(ExitSuccess);
-    if (parser.isSet(QStringLiteral("version")))
+    if (parser.isSet(versionOption))
         parser.showVersion();
     // The engine logs through Qt's categories; a shell shows only warnings
     // unless asked, so that standard error carries the user's errors.
@@ -142,6 +176,13 @@ int main(int argc, char* argv[])
     if (parser.positionalArguments().size() > 1)
         return usageError(err, QStringLiteral("at most one script file"));
 
+    options.plot.labelColumn = parser.value(plotLabelOption);
+    if (parser.isSet(plotSizeOption) && !parsePlotSize(parser.value(plotSizeOption), options.plot.size))
+        return usageError(err, QStringLiteral("--plot-size takes WIDTHxHEIGHT, each side from %1 to %2 pixels, not '%3'")
+                                   .arg(plotMinimumSide).arg(plotMaximumSide).arg(parser.value(plotSizeOption)));
+    options.srs = parser.value(srsOption);
+    if (!options.srs.isEmpty() && !tessera::cs::CoordSysFactory::defaultCoordSysFactory()->createFromTaggedString(options.srs))
+        return usageError(err, QStringLiteral("--srs: '%1' is not a coordinate system (use EPSG:code, a PROJ string or WKT)").arg(options.srs));
     options.pluginPaths = parser.values(pluginOption);
 
     try {

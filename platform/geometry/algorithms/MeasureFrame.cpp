@@ -1,6 +1,7 @@
 #include "platform/geometry/algorithms/MeasureFrame.h"
 
 #include "platform/cs/CoordSystem.h"
+#include "platform/geometry/algorithms/EarthMeasureNotice.h"
 
 #include <proj.h>
 #include <algorithm>
@@ -122,6 +123,7 @@ MeasureFrame MeasureFrame::inDegrees(const ConstGeometryPtr& g)
     const CoordSystemPtr& cs = g->coordSystem();
     frame.ellipsoid = ellipsoidOf(cs);
     if (!cs) {
+        noteEarthMeasureWithoutCoordSystem();
         frame.geometry = linearized(g);
         return frame;
     }
