@@ -200,7 +200,8 @@ void drawGraticule(QPainter& painter, const OutlineFont& font, const MapFrame& f
     for (double lon = std::ceil(west / step) * step; lon <= east; lon += step) {
         const QLineF line(frame.toPixel.map(QPointF(lon, south)), frame.toPixel.map(QPointF(lon, north)));
         painter.drawLine(line);
-        drawText(painter, font, degreeText(lon, step, QLatin1Char('E'), QLatin1Char('W')), QPointF(line.x1() + 3, top), textColour);
+        const QString text = degreeText(lon, step, QLatin1Char('E'), QLatin1Char('W'));
+        drawText(painter, font, text, QPointF(std::min(line.x1() + 3, size.width() - font.width(text) - 2), top), textColour);
     }
     painter.setPen(QPen(lineColour, 1.0));
     for (double lat = std::ceil(south / step) * step; lat <= north; lat += step) {
