@@ -364,10 +364,6 @@ QImage drawMap(const ResultSet& result, const PlotOptions& options, QString& err
 
 bool plotMap(const QString& path, const ResultSet& result, const PlotOptions& options, QString& error)
 {
-    if (!isImagePath(path)) {
-        error = QStringLiteral("cannot draw to %1: not an image file name (.png, .jpg, .bmp, ...)").arg(path);
-        return false;
-    }
     const QImage image = drawMap(result, options, error);
     if (image.isNull())
         return false;

@@ -35,7 +35,8 @@ constexpr int plotMaximumSide = 16384;
 // transformed to it. A null image with the reason in `error` when the result
 // has no geometry or no column `options.labelColumn` (names ignore case).
 QImage drawMap(const ResultSet& result, const PlotOptions& options, QString& error);
-// drawMap, saved to `path` in the image format its extension names.
+// drawMap, saved to `path` in the image format its extension names
+// (isImagePath).
 bool plotMap(const QString& path, const ResultSet& result, const PlotOptions& options, QString& error);
 
 // Whether the extension of `path` names an image format that can be written

@@ -7,11 +7,11 @@
 #include "engine/translation/SqliteStringBuilder.h"
 #include "platform/core/Core.h"
 #include "platform/core/Extensions.h"
+#include "platform/cs/CoordSystem.h"
 #include "platform/dp/DataCatalogWithSelection.h"
 #include "platform/dp/GeometryAttributeDefinition.h"
 #include "platform/dp/GeometryValue.h"
 #include "platform/dp/Table.h"
-#include "platform/cs/CoordSystem.h"
 #include "platform/geometry/algorithms/EarthMeasureNotice.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
@@ -557,14 +557,11 @@ bool Shell::select(const QString& tableName, const QString& condition, QTextStre
     GdalMessages messages;
     QSqlQuery query(d->engine->engineDatabase());
     query.setForwardOnly(true);
-    if (!query.exec(QStringLiteral("Select rowid From \"%1\" Where (%2)").arg(name, sql::fromSqlString(builder.query())))) {
-        d->report(err, QStringLiteral("bad condition %1: %2").arg(condition, messages.foldInto(query.lastError().databaseText())));
-        return false;
-    }
+    const bool ran = query.exec(QStringLiteral("Select rowid From \"%1\" Where (%2)").arg(name, sql::fromSqlString(builder.query())));
     QVector<dp::FeatureId> ids;
-    while (query.next())
+    while (ran && query.next())
         ids << d->engine->cache()->intToId(query.value(0).toLongLong());
-    if (query.lastError().isValid()) {
+    if (!ran || query.lastError().isValid()) {
         d->report(err, QStringLiteral("bad condition %1: %2").arg(condition, messages.foldInto(query.lastError().databaseText())));
         return false;
     }
