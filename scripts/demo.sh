@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds tessera-sql and runs a dialect query over the bundled country polygons.
+# Builds tessera-sql and runs dialect queries over the bundled country polygons,
+# the last one drawn as a map.
 set -euo pipefail
 root="$(cd "$(dirname "$0")/.." && pwd)"
 build="$root/build"
@@ -18,3 +19,10 @@ echo "Neighbours of Germany (countries whose polygons touch or overlap it):"
 "$shell" --open "$data=countries" -c \
   'Select c.name From countries c, countries g
    Where g.name = "Germany" And c.name <> g.name And c.obj Intersects g.obj Order By c.name'
+
+echo
+echo "The same neighbours as a map, labelled with their names:"
+"$shell" --open "$data=countries" --output "$build/germany-neighbours.png" --plot-label name -c \
+  'Select c.name, c.obj From countries c, countries g
+   Where g.name = "Germany" And c.obj Intersects g.obj And c.iso_a3 <> "FRA"'
+echo "$build/germany-neighbours.png"
