@@ -549,6 +549,14 @@ bool Shell::select(const QString& tableName, const QString& condition, QTextStre
         QStringList reasons;
         for (const auto& e : builder.errors())
             reasons << describeError(*e);
+        // A syntax error says where in the condition: parse it as a select item.
+        const std::string select = "Select ";
+        const QString detail = describeSyntaxError(select + condition.toStdString(), 1, 1 - int(select.size()));
+        if (!detail.isEmpty())
+            reasons = QStringList{detail};
+        static const QRegularExpression firstLine(QStringLiteral("^line 1, column "));
+        for (QString& reason : reasons)
+            reason.replace(firstLine, QStringLiteral("column "));
         d->report(err, QStringLiteral("bad condition %1: %2").arg(condition, reasons.join(QLatin1String("; "))));
         return false;
     }

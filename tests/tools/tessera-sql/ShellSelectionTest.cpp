@@ -94,7 +94,7 @@ TEST_F(ShellSelection, BadSelectionsAreClearAndKeepTheSelection)
     } rows[] = {
         {"unknown table", ".select nowhere 1 = 1", "no table nowhere is open"},
         {"unknown column", ".select countries nosuch = 1", "bad condition nosuch = 1: no such column: nosuch"},
-        {"not an expression", ".select countries 1 +", "bad condition 1 +"},
+        {"not an expression", ".select countries 1 +", "bad condition 1 +: column 4: expected an expression"},
         {"a statement, not a condition", ".select countries Select 1", "bad condition Select 1"},
         {"no condition", ".select countries", "usage: .select TABLE CONDITION"},
     };
