@@ -312,6 +312,10 @@ QImage drawMap(const ResultSet& result, const PlotOptions& options, QString& err
         error = QStringLiteral("nothing to plot: every geometry of the result is NULL or empty");
         return {};
     }
+    if (!std::isfinite(west) || !std::isfinite(east) || !std::isfinite(south) || !std::isfinite(north)) {
+        error = QStringLiteral("cannot draw geometries whose coordinates are not finite numbers");
+        return {};
+    }
 
     const MapFrame frame = fitExtent(QRectF(QPointF(west, south), QPointF(east, north)), coordSystem, options.size);
     QImage image(options.size, QImage::Format_ARGB32_Premultiplied);

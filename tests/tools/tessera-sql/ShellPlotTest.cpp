@@ -70,6 +70,14 @@ TEST(MapPlot, FeaturesLandInsideTheFittedExtent)
         EXPECT_EQ(isBackground(image, row.pixel.x(), row.pixel.y()), row.background) << row.name;
     // Each row has a fill of its own.
     EXPECT_NE(image.pixelColor(49, 209), image.pixelColor(351, 91));
+
+    // A single point has no extent: it is drawn in the middle.
+    ResultSet point;
+    point.columns << QStringLiteral("obj");
+    point.rows << QVector<QVariant>{shape(std::make_shared<Point>(QPointF(7, -3)))};
+    const QImage middle = drawMap(point, options, error);
+    ASSERT_FALSE(middle.isNull()) << error.toStdString();
+    EXPECT_FALSE(isBackground(middle, 200, 150));
 }
 
 TEST(MapPlot, RefusesWhatItCannotDraw)
