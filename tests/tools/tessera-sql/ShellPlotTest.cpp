@@ -75,7 +75,7 @@ TEST(MapPlot, FeaturesLandInsideTheFittedExtent)
     ResultSet point;
     point.columns << QStringLiteral("obj");
     point.rows << QVector<QVariant>{shape(std::make_shared<Point>(QPointF(7, -3)))};
-    const QImage middle = drawMap(point, options, error);
+    const QImage middle = drawMap(point, {QString(), QSize(400, 300)}, error);
     ASSERT_FALSE(middle.isNull()) << error.toStdString();
     EXPECT_FALSE(isBackground(middle, 200, 150));
 }
