@@ -135,9 +135,9 @@ int main(int argc, char* argv[])
     helpAllOption.setFlags(QCommandLineOption::HiddenFromHelp);
     const QCommandLineOption versionOption({QStringLiteral("v"), QStringLiteral("version")},
         describe("Show the version.", "tessera-sql --version"));
-    parser.addOptions({helpOption, helpAllOption, versionOption, commandOption, openOption, openOptionOption, srsOption, formatOption, translateOption, rawOption,
-                       verboseOption, noHeaderOption, bailOption, fullOption, outputOption, outputDriverOption, plotLabelOption,
-                       plotSizeOption, pluginOption});
+    parser.addOptions({helpOption, helpAllOption, versionOption, commandOption, openOption, openOptionOption, srsOption,
+                       formatOption, translateOption, rawOption, verboseOption, noHeaderOption, bailOption, fullOption,
+                       outputOption, outputDriverOption, plotLabelOption, plotSizeOption, pluginOption});
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("Script of statements to run."), QStringLiteral("[FILE]"));
     // Bad options exit with ExitUsage (QCommandLineParser::process would use 1).
     if (!parser.parse(QCoreApplication::arguments())) {
