@@ -8,11 +8,11 @@
 #include "platform/core/Core.h"
 #include "platform/core/Extensions.h"
 #include "platform/dp/DataCatalogWithSelection.h"
+#include "platform/dp/DataProviderRegistry.h"
 #include "platform/dp/GeometryValue.h"
 #include "platform/dp/Table.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
-#include "providers/gdal/GdalTable.h"
 #include "tools/tessera-sql/CellAbbreviation.h"
 #include "tools/tessera-sql/ErrorText.h"
 #include "tools/tessera-sql/GdalMessages.h"
@@ -195,7 +195,18 @@ bool Shell::openFile(const QString& path, const QString& name, QString& error)
 
 bool Shell::openFile(const QString& text, const QString& name, const QStringList& openOptions, QString& error)
 {
-    providers::GdalTable::Options options;
+    // Files and connections are GDAL's, offered by the gdal plug-in.
+    const auto* registry = d->core->findService<dp::DataProviderRegistry>();
+    const auto provider = registry ? registry->findProvider(QStringLiteral("ogr")) : nullptr;
+    if (!provider) {
+        QString reason = QStringLiteral("no gdal plug-in found");
+        for (const auto& failure : d->pluginFailures)
+            if (failure.name == QLatin1String("gdal"))
+                reason = failure.error;
+        error = QStringLiteral("cannot open %1: the data provider is not loaded: %2").arg(text, reason);
+        return false;
+    }
+    dp::DataProvider::OpenOptions options;
     QString path;
     splitLayer(text, path, options.layer);
     options.openOptions = openOptions;
@@ -210,9 +221,9 @@ bool Shell::openFile(const QString& text, const QString& name, const QStringList
     }
     // GDAL's own messages are folded into the error, or reported as warnings.
     GdalMessages messages;
-    std::shared_ptr<providers::GdalTable> table;
+    std::shared_ptr<dp::Table> table;
     try {
-        table = providers::GdalTable::open(path, options);
+        table = provider->openTable(path, options);
         table->setName(d->catalog->uniqueName(table->name()));
         // The extension creates the virtual table as the catalog reports it.
         d->catalog->addDataObject(table);
