@@ -51,13 +51,4 @@ std::shared_ptr<const DataProvider> DataProviderRegistry::findProvider(const QSt
     return it != d->providers.end() ? *it : nullptr;
 }
 
-QStringList DataProviderRegistry::schemes() const
-{
-    QMutexLocker locker(&d->mutex);
-    QStringList result;
-    for (const auto& p : d->providers)
-        result << p->scheme();
-    return result;
-}
-
 } // namespace tessera::dp

@@ -6,7 +6,6 @@
 #include "platform/dp/DpExport.h"
 
 #include <QObject>
-#include <QStringList>
 #include <memory>
 
 namespace tessera::dp {
@@ -25,8 +24,6 @@ public:
 
     // Case-insensitive; empty if none.
     std::shared_ptr<const DataProvider> findProvider(const QString& scheme) const;
-    // In the order they were added.
-    QStringList schemes() const;
 
 private:
     struct Private;

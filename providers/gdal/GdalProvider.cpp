@@ -4,11 +4,9 @@
 
 namespace tessera::providers {
 
-const char* const GdalProvider::schemeName = "ogr";
-
 QString GdalProvider::scheme() const
 {
-    return QString::fromLatin1(schemeName);
+    return QStringLiteral("ogr");
 }
 
 std::shared_ptr<dp::Table> GdalProvider::openTable(const QString& source, const OpenOptions& options) const

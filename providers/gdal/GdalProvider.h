@@ -9,9 +9,7 @@ namespace tessera::providers {
 
 class GdalProvider final : public dp::DataProvider {
 public:
-    static const char* const schemeName;   // "ogr"
-
-    QString scheme() const override;
+    QString scheme() const override;   // "ogr"
     // Throws GdalError with the source's name and GDAL's reason.
     std::shared_ptr<dp::Table> openTable(const QString& source, const OpenOptions& options) const override;
 };
