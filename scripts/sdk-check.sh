@@ -29,6 +29,10 @@ got="$(sql --raw -c 'Create Virtual Table three Using series(3)' -c 'Select Sum(
 [[ "$got" == *$'s\n14' ]] || fail "created series gave: $got"
 got="$(sql -c '.plugins')"
 [[ "$got"$'\n' == *$'\nseries,1.0.0,'"$plugin"$'\n'* ]] || fail ".plugins gave: $got"
+# The installed GDAL provider plug-in opens files for the installed shell.
+[[ "$got" == *$'\ngdal,'* ]] || fail "the gdal plug-in is not installed: $got"
+got="$(sql --open "$root/tests/data/countries.geojson=c" -c 'Select Count(*) As n From c')"
+[[ "$got" == $'n\n90' ]] || fail "opening through the installed provider gave: $got"
 
 # pkg-config: a program that links the engine.
 export PKG_CONFIG_PATH="$(dirname "$(find "$prefix" -name tessera.pc)")"

@@ -11,7 +11,6 @@
 
 #include <QObject>
 #include <sqlite3.h>
-#include <stdexcept>
 
 namespace series {
 namespace {
@@ -50,10 +49,8 @@ class SeriesPlugin : public QObject, public tessera::plugin::Plugin {
 public:
     void load(tessera::Core* core) override
     {
-        auto* engine = core->findService<tessera::Engine>();
-        if (!engine)
-            throw std::runtime_error("the engine service is not registered");
-        engine->loadTableAdapterModule(core, &init); // throws with the module's message
+        // Both throw with the reason: no engine, or the module's message.
+        core->requireService<tessera::Engine>().loadTableAdapterModule(core, &init);
     }
     void unload(tessera::Core*) override {}
 };

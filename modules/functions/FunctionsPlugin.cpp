@@ -7,7 +7,6 @@
 #include "platform/core/Plugin.h"
 
 #include <QObject>
-#include <stdexcept>
 
 namespace tessera::modules {
 
@@ -18,10 +17,7 @@ class FunctionsPlugin : public QObject, public plugin::Plugin {
 public:
     void load(Core* core) override
     {
-        Engine* engine = core->findService<Engine>();
-        if (!engine)
-            throw std::runtime_error("the engine service is not registered");
-        engine->loadTableAdapterModule(core, &initFunctionModule);
+        core->requireService<Engine>().loadTableAdapterModule(core, &initFunctionModule);
     }
     // The functions go with the engine's connection.
     void unload(Core*) override {}

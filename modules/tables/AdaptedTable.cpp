@@ -254,6 +254,28 @@ bool AdaptedTable::allRows(std::vector<std::int64_t>& rows)
     return true;
 }
 
+bool AdaptedTable::rowIds(std::vector<std::int64_t>& rows)
+{
+    {
+        QReadLocker locker(&d->lock);
+        if (d->snapshot) {
+            rows = d->snapshot->rows;
+            return true;
+        }
+    }
+    const auto table = this->table();
+    if (!table)
+        return false;
+    dp::FeatureFilter noGeometry;
+    noGeometry.geometries = false;
+    rows.clear();
+    auto cursor = table->filteredFeatures(noGeometry);
+    while (auto f = cursor->next())
+        if (f->id().isValid())
+            rows.push_back(rowOf(f->id()));
+    return true;
+}
+
 bool AdaptedTable::candidates(const geometry::Geometry& other, BoundsIndex::Relation relation, std::vector<std::int64_t>& rows)
 {
     if (other.isEmpty())

@@ -63,6 +63,10 @@ public:
     // Every row id of the table, from the same pass that builds the R-tree.
     // False when the table is detached.
     bool allRows(std::vector<std::int64_t>& rows);
+    // Every row id of the table, in the table's order: those of the R-tree's
+    // pass when it has been built, else from a pass that converts no
+    // geometry. False when the table is detached.
+    bool rowIds(std::vector<std::int64_t>& rows);
     // Whether the R-tree has been built (for tests and plans).
     bool hasBoundsIndex() const;
 

@@ -45,8 +45,12 @@ struct AdapterCursor : sqlite3_vtab_cursor {
     bool checkRows = false;   // skip listed rows that do not exist
     std::vector<std::int64_t> rows;
     std::size_t position = 0;
-    // ... or a pass over the table's (possibly filtered) features.
+    // ... or a pass over the table's (possibly filtered) features ...
     std::unique_ptr<dp::FeatureCursor> scan;
+    // ... or, for a statement that reads no column (Count(*)), a count of
+    // rows: their ids are read only if SQLite asks for one.
+    bool counting = false;
+    std::int64_t total = 0;
     std::shared_ptr<dp::Feature> current;
     std::int64_t row = -1;
     bool eof = true;
@@ -56,7 +60,8 @@ struct AdapterCursor : sqlite3_vtab_cursor {
 // The plans of xBestIndex (idxNum).
 // Bits 4-7 of a spatial plan name the predicate; the bits below say which
 // rowid bounds follow the geometry in argv (lower first).
-enum Plan { FullScan = 0, RowidEqual = 1, RowidIn = 2, Spatial = 3, ProviderFilter = 4, GeometryScan = 5, AttributeIndex = 6 };
+enum Plan { FullScan = 0, RowidEqual = 1, RowidIn = 2, Spatial = 3, ProviderFilter = 4, GeometryScan = 5, AttributeIndex = 6,
+            CountRows = 7 };
 enum RowidBounds { HasLower = 0x100, LowerInclusive = 0x200, HasUpper = 0x400, UpperInclusive = 0x800 };
 // A pass whose statement reads no geometry: the source may leave them out.
 constexpr int WithoutGeometry = 0x1000;
@@ -549,6 +554,16 @@ int bestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
         info->estimatedCost = count * 0.5 + rows;
         return SQLITE_OK;
     }
+    // A pass that reads no column at all (Count(*)) counts the rows instead
+    // of reading them: no feature is converted, and a source that knows its
+    // count (a GeoJSON file after opening) is not read again.
+    if (info->colUsed == 0 && host && host->featureCount() >= 0) {
+        info->idxNum = CountRows;
+        info->idxStr = const_cast<char*>("count");
+        info->estimatedRows = static_cast<sqlite3_int64>(count);
+        info->estimatedCost = count * 0.1;
+        return SQLITE_OK;
+    }
     // A pass that needs nothing but the geometry (the outer side of a spatial
     // join) runs over the kept blobs instead of reading the source again.
     const sqlite3_uint64 others = geometryColumn >= 0 && geometryColumn < 63 ? ~(sqlite3_uint64(1) << geometryColumn) : ~sqlite3_uint64(0);
@@ -596,9 +611,34 @@ AdaptedTable& adaptedOf(sqlite3_vtab_cursor* cursor)
     return *static_cast<AdapterTable*>(cursor->pVtab)->adapted;
 }
 
+// A counting cursor asked for its row (a rowid the statement reads after
+// all): from then on it walks the table's row ids from where it stands.
+void listCountedRows(AdapterCursor* c, AdaptedTable& adapted)
+{
+    if (!c->counting)
+        return;
+    c->counting = false;
+    c->listed = true;
+    if (!adapted.rowIds(c->rows))
+        c->rows.clear();
+    if (c->position == 0 || c->position > c->rows.size()) {
+        c->eof = true;   // the table has fewer rows than it counted
+        c->row = -1;
+        return;
+    }
+    c->row = c->rows[c->position - 1];
+}
+
 void advance(AdapterCursor* c, AdaptedTable& adapted)
 {
     c->current.reset();
+    if (c->counting) {
+        if (c->position < std::size_t(c->total))
+            ++c->position;
+        else
+            c->eof = true;
+        return;
+    }
     if (c->listed) {
         while (c->position < c->rows.size()) {
             c->row = c->rows[c->position++];
@@ -631,6 +671,7 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
     c->rows.clear();
     c->position = 0;
     c->scan.reset();
+    c->counting = false;
     c->eof = false;
     c->withoutGeometry = (idxNum & WithoutGeometry) != 0;
     if (!c->table) {
@@ -702,6 +743,12 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
             }
             c->scan = c->table->features();
             break;
+        case CountRows:
+            c->total = c->table->featureCount();
+            c->counting = c->total >= 0;
+            if (!c->counting)
+                c->scan = c->table->features();
+            break;
         case GeometryScan:
             c->listed = true;
             if (adapted.allRows(c->rows))
@@ -749,6 +796,7 @@ int column(sqlite3_vtab_cursor* cursor, sqlite3_context* ctx, int i)
     auto* c = static_cast<AdapterCursor*>(cursor);
     AdaptedTable& adapted = adaptedOf(cursor);
     try {
+        listCountedRows(c, adapted);
         if (i == adapted.geometryAttribute()) {
             const QByteArray blob = adapted.geometryBlob(c->row, c->withoutGeometry ? nullptr : c->current.get());
             if (blob.isEmpty())
@@ -768,7 +816,14 @@ int column(sqlite3_vtab_cursor* cursor, sqlite3_context* ctx, int i)
 
 int rowid(sqlite3_vtab_cursor* cursor, sqlite3_int64* result)
 {
-    *result = static_cast<AdapterCursor*>(cursor)->row;
+    auto* c = static_cast<AdapterCursor*>(cursor);
+    try {
+        listCountedRows(c, adaptedOf(cursor));
+    } catch (const std::exception& e) {
+        setError(cursor->pVtab, QString::fromUtf8(e.what()));
+        return SQLITE_ERROR;
+    }
+    *result = c->row;
     return SQLITE_OK;
 }
 

@@ -10,7 +10,6 @@
 #include "platform/dp/DataCatalog.h"
 
 #include <QObject>
-#include <stdexcept>
 
 namespace tessera::modules {
 
@@ -21,10 +20,7 @@ class TablesPlugin : public QObject, public plugin::Plugin {
 public:
     void load(Core* core) override
     {
-        Engine* engine = core->findService<Engine>();
-        if (!engine)
-            throw std::runtime_error("the engine service is not registered");
-        engine->loadTableAdapterModule(core, &initTableAdapterModule);
+        core->requireService<Engine>().loadTableAdapterModule(core, &initTableAdapterModule);
         if (!core->findService<dp::DataCatalog>())
             core->registerService(new dp::DataCatalog(core));
         auto* extension = new TableAdapterExtension(core);

@@ -11,6 +11,8 @@
 #include <QString>
 #include <QVector>
 #include <memory>
+#include <stdexcept>
+#include <string>
 
 namespace tessera {
 
@@ -34,6 +36,16 @@ public:
     template <class T>
     T* findService() const {
         return qobject_cast<T*>(findService(&T::staticMetaObject, QString::fromLatin1(T::staticMetaObject.className())));
+    }
+
+    // The service a plug-in's set-up cannot do without; throws
+    // std::runtime_error naming it when it is not registered, so that the
+    // plug-in manager reports the plug-in with that reason.
+    template <class T>
+    T& requireService() const {
+        if (T* service = findService<T>())
+            return *service;
+        throw std::runtime_error(std::string("the service ") + T::staticMetaObject.className() + " is not registered");
     }
 
     // Looks a service up by a C++ type that need not be a QObject registered

@@ -12,10 +12,10 @@
 // one reading position and is not thread-safe), so cursors of one table may
 // be nested and used from several threads.
 
+#include "platform/dp/DataProvider.h"
 #include "platform/dp/Table.h"
 #include "providers/gdal/GdalError.h"
 
-#include <QStringList>
 #include <memory>
 
 namespace tessera::providers {
@@ -23,12 +23,8 @@ namespace tessera::providers {
 class GdalTable final : public dp::Table {
     Q_OBJECT
 public:
-    struct Options {
-        QString layer;            // the first layer when empty
-        QStringList openOptions;  // GDAL open options, KEY=VALUE
-        QString name;             // the layer's name, made valid, when empty
-        bool readOnly = false;    // never open for update
-    };
+    // GDAL open options; the layer's name, made valid, when no name is given.
+    using Options = dp::DataProvider::OpenOptions;
     // Throws GdalError when the source or the layer cannot be opened.
     static std::shared_ptr<GdalTable> open(const QString& source, const Options& options);
     ~GdalTable() override;

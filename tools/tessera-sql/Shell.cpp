@@ -9,13 +9,13 @@
 #include "platform/core/Extensions.h"
 #include "platform/cs/CoordSystem.h"
 #include "platform/dp/DataCatalogWithSelection.h"
+#include "platform/dp/DataProviderRegistry.h"
 #include "platform/dp/GeometryAttributeDefinition.h"
 #include "platform/dp/GeometryValue.h"
 #include "platform/dp/Table.h"
 #include "platform/geometry/algorithms/EarthMeasureNotice.h"
 #include "platform/sql/SqlError.h"
 #include "platform/sql/SqlStrings.h"
-#include "providers/gdal/GdalTable.h"
 #include "tools/tessera-sql/AssignedCoordSystemTable.h"
 #include "tools/tessera-sql/CellAbbreviation.h"
 #include "tools/tessera-sql/ErrorText.h"
@@ -213,7 +213,18 @@ bool Shell::openFile(const QString& path, const QString& name, QString& error)
 
 bool Shell::openFile(const QString& text, const QString& name, const QStringList& openOptions, QString& error)
 {
-    providers::GdalTable::Options options;
+    // Files and connections are GDAL's, offered by the gdal plug-in.
+    const auto* registry = d->core->findService<dp::DataProviderRegistry>();
+    const auto provider = registry ? registry->findProvider(QStringLiteral("ogr")) : nullptr;
+    if (!provider) {
+        QString reason = QStringLiteral("no gdal plug-in found");
+        for (const auto& failure : d->pluginFailures)
+            if (failure.name == QLatin1String("gdal"))
+                reason = failure.error;
+        error = QStringLiteral("cannot open %1: the data provider is not loaded: %2").arg(text, reason);
+        return false;
+    }
+    dp::DataProvider::OpenOptions options;
     QString path;
     splitLayer(text, path, options.layer);
     options.openOptions = openOptions;
@@ -238,7 +249,7 @@ bool Shell::openFile(const QString& text, const QString& name, const QStringList
     GdalMessages messages;
     std::shared_ptr<dp::Table> table;
     try {
-        table = providers::GdalTable::open(path, options);
+        table = provider->openTable(path, options);
         // --srs: geometries that their source leaves without a system get one.
         if (assigned && !table->schema().attributePlan<dp::GeometryAttributeDefinition>()->isEmpty() && !table->coordSystem())
             table = std::make_shared<AssignedCoordSystemTable>(table, assigned);
