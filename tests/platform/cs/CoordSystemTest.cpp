@@ -109,6 +109,7 @@ TEST(CoordSystem, EquivalenceFollowsTheDefinitions)
          "+proj=tmerc +lat_0=0 +lon_0=13.3 +k=0.9996 +x_0=123456 +y_0=0 +ellps=GRS80 +units=m +no_defs", true},
         {"two definitions without codes, different", wgs84ByWkt, otherDatumByWkt, false},
     };
+    int oneSidedAndEquivalent = 0;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const auto a = factory().createFromTaggedString(row.a);
@@ -116,10 +117,11 @@ TEST(CoordSystem, EquivalenceFollowsTheDefinitions)
         ASSERT_TRUE(a && b);
         EXPECT_EQ(a->isEquivalentTo(*b), row.equivalent);
         EXPECT_EQ(b->isEquivalentTo(*a), row.equivalent);
+        oneSidedAndEquivalent += row.equivalent && (a->epsg() == 0) != (b->epsg() == 0);
     }
-    // The rows above rely on these having no code.
-    for (const char* definition : {wgs84ByWkt, "OGC:CRS84", "OGC:CRS84h", otherDatumByWkt, customTmerc})
-        EXPECT_EQ(factory().createFromTaggedString(definition)->epsg(), 0) << definition;
+    // Which definitions PROJ identifies depends on its version; some here
+    // must stay without a code, or the case above is not reached.
+    EXPECT_GT(oneSidedAndEquivalent, 0);
 }
 
 // Systems and transformations are shared between threads; each thread uses
