@@ -23,17 +23,10 @@ TEST(QDecNumber, ParsesPlainAndScientificText)
         int exponent;
     };
     const Case cases[] = {
-        {"12", 12, 0},
-        {"-0.50", -50, -2},
-        {"+1.5e-3", 15, -4},
-        {".5", 5, -1},
-        {"1E10", 1, 10},
-        {"  7  ", 7, 0},
-        {"0012.340", 12340, -3},
-        {"-0", 0, 0},
+        {"12", 12, 0}, {"-0.50", -50, -2}, {"+1.5e-3", 15, -4}, {".5", 5, -1}, {"1E10", 1, 10}, {"  7  ", 7, 0},
+        {"0012.340", 12340, -3}, {"-0", 0, 0},
         // 19 digits: the last one is rounded off, half away from zero.
-        {"1234567890123456789", 123456789012345679, 1},
-        {"-1234567890123456785", -123456789012345679, 1},
+        {"1234567890123456789", 123456789012345679, 1}, {"-1234567890123456785", -123456789012345679, 1},
         {"0.12345678901234567849", 123456789012345678, -18},
         // Rounding up to 10^18 keeps 18 digits.
         {"999999999999999999.5", 100000000000000000, 1},
@@ -60,20 +53,17 @@ TEST(QDecNumber, ParsesPlainAndScientificText)
 
 TEST(QDecNumber, FormatsAndReadsBack)
 {
-    EXPECT_EQ(QDecNumber(12345, -2).toString(), QStringLiteral("123.45"));
-    EXPECT_EQ(QDecNumber(-12345, -2).toString(), QStringLiteral("-123.45"));
-    EXPECT_EQ(QDecNumber(1, -3).toString(), QStringLiteral("0.001"));
-    EXPECT_EQ(QDecNumber(5, -6).toString(), QStringLiteral("0.000005"));
-    EXPECT_EQ(QDecNumber(5, -7).toString(), QStringLiteral("5E-7"));
-    EXPECT_EQ(QDecNumber(15, 6).toString(), QStringLiteral("1.5E+7"));
-    EXPECT_EQ(QDecNumber(0, -2).toString(), QStringLiteral("0.00"));
-    EXPECT_EQ(QDecNumber().toString(), QStringLiteral("NaN"));
-
     // The most negative coefficient is rounded to 18 digits, not negated.
     const QDecNumber smallest(std::numeric_limits<qint64>::min());
-    EXPECT_EQ(smallest.toString(), QStringLiteral("-9.22337203685477581E+18"));
     EXPECT_LE(smallest.digits(), QDecNumber::maxDigits);
-
+    const std::pair<QDecNumber, const char*> texts[] = {
+        {QDecNumber(12345, -2), "123.45"}, {QDecNumber(-12345, -2), "-123.45"}, {QDecNumber(1, -3), "0.001"},
+        {QDecNumber(5, -6), "0.000005"}, {QDecNumber(5, -7), "5E-7"}, {QDecNumber(15, 6), "1.5E+7"},
+        {QDecNumber(0, -2), "0.00"}, {QDecNumber(), "NaN"}, {smallest, "-9.22337203685477581E+18"},
+        {QDecNumber::fromDouble(0.1), "0.1"}, {QDecNumber::fromDouble(-2.5e-8), "-2.5E-8"},
+    };
+    for (const auto& [number, text] : texts)
+        EXPECT_EQ(number.toString(), QString::fromLatin1(text)) << text;
     for (const char* text : {"123.45", "-0.000001", "1.5E+7", "9.99999999999999999E-300", "42"})
         EXPECT_EQ(QDecNumber::fromString(dec(text).toString()), dec(text)) << text;
 
@@ -81,13 +71,9 @@ TEST(QDecNumber, FormatsAndReadsBack)
     EXPECT_EQ(dec("-2.675").toDouble(), -2.675);
     EXPECT_EQ(dec("123456789012345678").toDouble(), 123456789012345678.0);
     EXPECT_TRUE(std::isnan(QDecNumber().toDouble()));
-
-    EXPECT_EQ(QDecNumber::fromDouble(0.1).toString(), QStringLiteral("0.1"));
-    EXPECT_EQ(QDecNumber::fromDouble(-2.5e-8).toString(), QStringLiteral("-2.5E-8"));
     EXPECT_EQ(QDecNumber::fromDouble(1e300).toDouble(), 1e300);
     EXPECT_FALSE(QDecNumber::fromDouble(std::nan("")).isValid());
     EXPECT_FALSE(QDecNumber::fromDouble(std::numeric_limits<double>::infinity()).isValid());
-
     const QDecNumber n = QDecNumber(1500, -2).normalized();
     EXPECT_EQ(n.coefficient(), 15);
     EXPECT_EQ(n.exponent(), 0);
@@ -95,19 +81,20 @@ TEST(QDecNumber, FormatsAndReadsBack)
 
 TEST(QDecNumber, ComparesByValue)
 {
+    // Each pair in ascending order; invalid numbers come after every valid one.
+    const std::pair<QDecNumber, QDecNumber> ascending[] = {
+        {dec("-2"), dec("-1.5")}, {dec("-1.5"), dec("0.0001")}, {dec("0.0999"), dec("0.1")},
+        {dec("9.99999999999999999"), dec("10")}, {dec("999999999999999999"), dec("1e18")},
+        {dec("-1e18"), dec("-999999999999999999")}, {QDecNumber(999999999, 0), QDecNumber(1, 100000)},
+        {QDecNumber(-1, 100000), QDecNumber(-999999999, 0)}, {QDecNumber(1, -100000), QDecNumber(1, -99999)},
+        {dec("1e300"), QDecNumber()}, {dec("0"), QDecNumber()},
+    };
+    for (const auto& [low, high] : ascending) {
+        EXPECT_LT(low, high) << low.toString().toStdString() << " < " << high.toString().toStdString();
+        EXPECT_GT(high, low) << low.toString().toStdString() << " < " << high.toString().toStdString();
+    }
     EXPECT_EQ(dec("1.50"), dec("1.5"));
     EXPECT_EQ(dec("0"), dec("-0.000"));
-    EXPECT_LT(dec("-2"), dec("-1.5"));
-    EXPECT_LT(dec("-1.5"), dec("0.0001"));
-    EXPECT_LT(dec("0.0999"), dec("0.1"));
-    EXPECT_GT(dec("10"), dec("9.99999999999999999"));
-    EXPECT_LT(dec("999999999999999999"), dec("1e18"));
-    EXPECT_GT(dec("-999999999999999999"), dec("-1e18"));
-    EXPECT_GT(QDecNumber(1, 100000), QDecNumber(999999999, 0));
-    EXPECT_LT(QDecNumber(-1, 100000), QDecNumber(-999999999, 0));
-    EXPECT_LT(QDecNumber(1, -100000), QDecNumber(1, -99999));
-    // Invalid numbers after every valid one, equal among themselves.
-    EXPECT_LT(dec("1e300"), QDecNumber());
     EXPECT_EQ(QDecNumber(), QDecNumber());
     EXPECT_NE(QDecNumber(), dec("0"));
 }

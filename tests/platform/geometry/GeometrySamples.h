@@ -1,11 +1,11 @@
 #pragma once
-// One geometry of every kind, and a structural comparison for round trips.
+// One geometry of every kind, and an exact comparison for round trips.
 
 #include "platform/geometry/Geometry.h"
+#include "platform/serialization/Archive.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <vector>
 
 namespace tessera::geometry::test {
@@ -60,91 +60,19 @@ inline std::vector<GeometryPtr> allSamples()
     return all;
 }
 
-inline bool samePoint(const QPointF& a, const QPointF& b)
-{
-    return (a.x() == b.x() || (std::isnan(a.x()) && std::isnan(b.x())))
-        && (a.y() == b.y() || (std::isnan(a.y()) && std::isnan(b.y())));
-}
-
-inline bool samePoints(const QVector<QPointF>& a, const QVector<QPointF>& b)
-{
-    if (a.size() != b.size())
-        return false;
-    for (int i = 0; i < a.size(); ++i)
-        if (!samePoint(a[i], b[i]))
-            return false;
-    return true;
-}
-
-inline bool sameRings(const QVector<QVector<QPointF>>& a, const QVector<QVector<QPointF>>& b)
-{
-    if (a.size() != b.size())
-        return false;
-    for (int i = 0; i < a.size(); ++i)
-        if (!samePoints(a[i], b[i]))
-            return false;
-    return true;
-}
-
-// Same kind and same coordinates, exactly (coordinate systems not compared).
+// Same kind and same coordinates, exactly (coordinate systems not compared):
+// the archive form holds every coordinate and parameter of every kind.
 inline bool sameGeometry(const Geometry& a, const Geometry& b)
 {
-    if (a.type() != b.type())
-        return false;
-    switch (a.type()) {
-    case GeometryType::Point: {
-        const auto& pa = static_cast<const Point&>(a);
-        const auto& pb = static_cast<const Point&>(b);
-        return pa.isEmpty() == pb.isEmpty() && (pa.isEmpty() || pa.point() == pb.point());
-    }
-    case GeometryType::MultiPoint:
-        return samePoints(static_cast<const MultiPoint&>(a).points(), static_cast<const MultiPoint&>(b).points());
-    case GeometryType::LineString:
-        return samePoints(static_cast<const LineString&>(a).points(), static_cast<const LineString&>(b).points());
-    case GeometryType::MultiLineString:
-        return sameRings(static_cast<const MultiLineString&>(a).lines(),
-                         static_cast<const MultiLineString&>(b).lines());
-    case GeometryType::Polygon:
-        return sameRings(static_cast<const Polygon&>(a).rings(), static_cast<const Polygon&>(b).rings());
-    case GeometryType::MultiPolygon: {
-        const auto& pa = static_cast<const MultiPolygon&>(a).polygons();
-        const auto& pb = static_cast<const MultiPolygon&>(b).polygons();
-        if (pa.size() != pb.size())
-            return false;
-        for (int i = 0; i < pa.size(); ++i)
-            if (!sameRings(pa[i], pb[i]))
-                return false;
-        return true;
-    }
-    case GeometryType::Collection: {
-        const auto& ma = static_cast<const GeometryCollection&>(a).members();
-        const auto& mb = static_cast<const GeometryCollection&>(b).members();
-        if (ma.size() != mb.size())
-            return false;
-        for (std::size_t i = 0; i < ma.size(); ++i)
-            if (!sameGeometry(*ma[i], *mb[i]))
-                return false;
-        return true;
-    }
-    case GeometryType::Arc: {
-        const auto& x = static_cast<const Arc&>(a);
-        const auto& y = static_cast<const Arc&>(b);
-        return x.rect() == y.rect() && x.startAngle() == y.startAngle() && x.endAngle() == y.endAngle();
-    }
-    case GeometryType::Ellipse:
-        return static_cast<const Ellipse&>(a).rect() == static_cast<const Ellipse&>(b).rect();
-    case GeometryType::RoundedRectangle: {
-        const auto& x = static_cast<const RoundedRectangle&>(a);
-        const auto& y = static_cast<const RoundedRectangle&>(b);
-        return x.rect() == y.rect() && x.radiusX() == y.radiusX() && x.radiusY() == y.radiusY();
-    }
-    case GeometryType::Text: {
-        const auto& x = static_cast<const Text&>(a);
-        const auto& y = static_cast<const Text&>(b);
-        return x.text() == y.text() && x.box() == y.box() && x.angle() == y.angle();
-    }
-    }
-    return false;
+    auto bytes = [](const Geometry& g) {
+        QByteArray out;
+        QDataStream stream(&out, QIODevice::WriteOnly);
+        serialization::BinaryOutputArchive archive(stream);
+        serialization::TrackingOutputArchive tracking(archive);
+        tracking.saveSerializable(g);
+        return out;
+    };
+    return a.type() == b.type() && bytes(a) == bytes(b);
 }
 
 } // namespace tessera::geometry::test

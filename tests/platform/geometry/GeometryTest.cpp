@@ -184,6 +184,18 @@ TEST(Geometry, SurfaceApproximations)
     EXPECT_EQ(scaled.rect(), QRectF(0, 0, 30, 3));
     EXPECT_DOUBLE_EQ(scaled.radiusX(), 6.0);
     EXPECT_DOUBLE_EQ(scaled.radiusY(), 0.5);
+    // So do the boxes of the other shapes; angles and texts stay.
+    const auto scale = [](const QPointF& p) { return QPointF(p.x() * 3, p.y() * 0.5); };
+    Arc arc(QRectF(0, 0, 4, 2), 30, 200);
+    Ellipse oval(QRectF(1, 2, 2, 4));
+    Text label(QStringLiteral("x"), QRectF(1, 2, 3, 4), 15);
+    for (Geometry* g : std::initializer_list<Geometry*>{&arc, &oval, &label})
+        g->transformPoints(scale);
+    EXPECT_EQ(arc.rect(), QRectF(0, 0, 12, 1));
+    EXPECT_EQ(std::make_pair(arc.startAngle(), arc.endAngle()), std::make_pair(30.0, 200.0));
+    EXPECT_EQ(oval.rect(), QRectF(3, 1, 6, 2));
+    EXPECT_EQ(label.box(), QRectF(3, 1, 9, 2));
+    EXPECT_EQ(std::make_pair(label.text(), label.angle()), std::make_pair(QStringLiteral("x"), 15.0));
 }
 
 TEST(Geometry, Linearized)

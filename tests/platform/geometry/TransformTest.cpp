@@ -4,9 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cmath>
-#include <thread>
 
 using namespace tessera;
 using namespace tessera::geometry;
@@ -92,36 +90,4 @@ TEST(Transform, Errors)
         EXPECT_TRUE(test::sameGeometry(*same, *g)) << g->className().toStdString();
         EXPECT_EQ(same->coordSystem(), mercator);
     }
-}
-
-TEST(Transform, OneSystemFromManyThreads)
-{
-    const auto wgs84 = factory().createFromEpsg(4326);
-    const auto mercator = factory().createFromEpsg(3857);
-    auto line = std::make_shared<LineString>(QVector<QPointF>{{10, 50}, {11, 51}, {-20, -30}});
-    line->setCoordSystem(wgs84);
-    const auto expected = line->transformed(mercator);
-    const ConstGeometryPtr shared = line;
-
-    std::atomic<int> failures{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 8; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 200; ++i) {
-                try {
-                    const auto moved = shared->transformed(mercator);
-                    if (!test::sameGeometry(*moved, *expected))
-                        ++failures;
-                    const QPointF back = static_cast<const LineString&>(*moved->transformed(wgs84)).points()[2];
-                    if (std::abs(back.x() + 20) > 1e-9 || std::abs(back.y() + 30) > 1e-9)
-                        ++failures;
-                } catch (const std::exception&) {
-                    ++failures;
-                }
-            }
-        });
-    }
-    for (auto& t : threads)
-        t.join();
-    EXPECT_EQ(failures.load(), 0);
 }

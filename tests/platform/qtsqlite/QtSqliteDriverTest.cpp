@@ -19,10 +19,13 @@ void twice(sqlite3_context* ctx, int, sqlite3_value** argv)
 
 TEST(QtSqliteDriver, HandleIsTheSqliteConnectionWeLink)
 {
-    int argc = 1;
-    char name[] = "QtSqliteDriverTest";
-    char* argv[] = {name, nullptr};
-    QCoreApplication app(argc, argv);
+    // One application object for the process: Qt forgets registered drivers
+    // when it goes, and the driver is registered once per process.
+    static int argc = 1;
+    static char name[] = "QtSqliteDriverTest";
+    static char* argv[] = {name, nullptr};
+    static QCoreApplication* app = new QCoreApplication(argc, argv);
+    ASSERT_NE(app, nullptr);
 
     ASSERT_TRUE(registerQtSqliteDriver());
     EXPECT_TRUE(registerQtSqliteDriver());   // later calls are harmless

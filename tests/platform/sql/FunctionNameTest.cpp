@@ -46,17 +46,14 @@ TEST(FunctionCatalogue, FixedValuesAndDenseNumbering)
 
 TEST(FunctionCatalogue, KindsAndNames)
 {
-    auto mask = [](const char* name) { return int(FunctionNameInfo::mask(FunctionNameInfo::find(name))); };
-    EXPECT_EQ(mask("abs"), FunctionInfo::Scalar);
-    EXPECT_EQ(mask("Count"), FunctionInfo::Aggregate);
-    EXPECT_EQ(mask("group_concat"), FunctionInfo::Aggregate);
-    EXPECT_EQ(mask("WtAvg"), FunctionInfo::Aggregate);
-    EXPECT_EQ(mask("wtavgsafe"), FunctionInfo::Aggregate);
-    EXPECT_EQ(mask("max"), FunctionInfo::ScalarAggregate);
-    EXPECT_EQ(mask("MIN"), FunctionInfo::ScalarAggregate);
-    EXPECT_EQ(mask("row_number"), FunctionInfo::Window);
-    EXPECT_EQ(mask("ntile"), FunctionInfo::Window);
-    EXPECT_EQ(mask("st_union"), FunctionInfo::ScalarAggregate);
+    const std::pair<const char*, int> kinds[] = {
+        {"abs", FunctionInfo::Scalar}, {"Count", FunctionInfo::Aggregate}, {"group_concat", FunctionInfo::Aggregate},
+        {"WtAvg", FunctionInfo::Aggregate}, {"wtavgsafe", FunctionInfo::Aggregate}, {"max", FunctionInfo::ScalarAggregate},
+        {"MIN", FunctionInfo::ScalarAggregate}, {"row_number", FunctionInfo::Window}, {"ntile", FunctionInfo::Window},
+        {"st_union", FunctionInfo::ScalarAggregate},
+    };
+    for (const auto& [name, kind] : kinds)
+        EXPECT_EQ(int(FunctionNameInfo::mask(FunctionNameInfo::find(name))), kind) << name;
 
     // The names under which the engine's functions are called, and the
     // dialect names that the translator renames.

@@ -5,44 +5,31 @@
 
 using namespace tessera::geometry;
 
-TEST(Units, LengthFactorsAreTheLegalDefinitions)
+// The legal definitions: 1 ft = 0.3048 m, 1 US survey ft = 1200/3937 m,
+// 1 mi = 1609.344 m, 1 nmi = 1852 m, 1 chain = 66 ft, 1 acre = 10 sq chains.
+TEST(Units, FactorsAreTheLegalDefinitions)
 {
-    EXPECT_DOUBLE_EQ(units::lengthFactor("m"), 1.0);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("km"), 1000.0);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("cm"), 0.01);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("mm"), 0.001);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("mi"), 1609.344);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("nmi"), 1852.0);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("ft"), 0.3048);
-    EXPECT_NEAR(units::lengthFactor("survey ft"), 0.3048006096, 1e-10);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("yd"), 0.9144);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("in"), 0.0254);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("ch"), 20.1168);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("li"), 0.201168);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("rd"), 5.0292);
-    // Case and blanks around the name do not matter.
-    EXPECT_DOUBLE_EQ(units::lengthFactor(" KM "), 1000.0);
-    EXPECT_DOUBLE_EQ(units::lengthFactor("Survey  Ft"), units::lengthFactor("survey ft"));
-}
-
-TEST(Units, AreaFactorsAreTheLegalDefinitions)
-{
-    EXPECT_DOUBLE_EQ(units::areaFactor("sq m"), 1.0);
-    EXPECT_DOUBLE_EQ(units::areaFactor("sq km"), 1e6);
-    EXPECT_DOUBLE_EQ(units::areaFactor("sq cm"), 1e-4);
-    EXPECT_DOUBLE_EQ(units::areaFactor("sq mm"), 1e-6);
-    EXPECT_NEAR(units::areaFactor("sq mi"), 2589988.110336, 1e-6);
-    EXPECT_NEAR(units::areaFactor("sq ft"), 0.09290304, 1e-12);
-    EXPECT_NEAR(units::areaFactor("sq survey ft"), 0.09290341161, 1e-10);
-    EXPECT_NEAR(units::areaFactor("sq yd"), 0.83612736, 1e-12);
-    EXPECT_NEAR(units::areaFactor("sq in"), 0.00064516, 1e-14);
-    EXPECT_NEAR(units::areaFactor("sq ch"), 404.68564224, 1e-8);
-    EXPECT_NEAR(units::areaFactor("sq li"), 0.040468564224, 1e-12);
-    EXPECT_NEAR(units::areaFactor("sq rd"), 25.29285264, 1e-8);
-    EXPECT_NEAR(units::areaFactor("acre"), 4046.8564224, 1e-7);
-    EXPECT_DOUBLE_EQ(units::areaFactor("hectare"), 1e4);
-    EXPECT_NEAR(units::areaFactor("perch"), 25.29285264, 1e-8);
-    EXPECT_NEAR(units::areaFactor("rood"), 1011.7141056, 1e-7);
+    const struct {
+        const char* name;
+        double factor;
+        bool area;
+    } rows[] = {
+        {"m", 1.0, false}, {"km", 1000.0, false}, {"cm", 0.01, false}, {"mm", 0.001, false},
+        {"mi", 1609.344, false}, {"nmi", 1852.0, false}, {"ft", 0.3048, false},
+        {"survey ft", 0.30480060960, false}, {"yd", 0.9144, false}, {"in", 0.0254, false},
+        {"ch", 20.1168, false}, {"li", 0.201168, false}, {"rd", 5.0292, false},
+        // Case and blanks around and inside the name do not matter.
+        {" KM ", 1000.0, false}, {"Survey  Ft", 0.30480060960, false},
+        {"sq m", 1.0, true}, {"sq km", 1e6, true}, {"sq cm", 1e-4, true}, {"sq mm", 1e-6, true},
+        {"sq mi", 2589988.110336, true}, {"sq ft", 0.09290304, true}, {"sq survey ft", 0.09290341161, true},
+        {"sq yd", 0.83612736, true}, {"sq in", 0.00064516, true}, {"sq ch", 404.68564224, true},
+        {"sq li", 0.040468564224, true}, {"sq rd", 25.29285264, true}, {"acre", 4046.8564224, true},
+        {"hectare", 1e4, true}, {"perch", 25.29285264, true}, {"rood", 1011.7141056, true},
+    };
+    for (const auto& row : rows) {
+        const double factor = row.area ? units::areaFactor(row.name) : units::lengthFactor(row.name);
+        EXPECT_NEAR(factor, row.factor, row.factor * 1e-10) << row.name;
+    }
 }
 
 TEST(Units, UnknownNamesAreRejectedWithTheirName)
