@@ -172,12 +172,19 @@ bool SqliteStringBuilder::isSelectionName(const std::wstring& name) const
 
 void SqliteStringBuilder::setSelection(const dp::Selection& selection, EngineCache* cache)
 {
-    selectionIds.clear();
+    selectionRowIds.clear();
     selectionTable = selection.table();
-    if (!selectionTable || !cache)
-        return;
-    for (const dp::FeatureId& id : selection.featureIds())
-        selectionIds.insert(cache->assignIdToInt(id));
+    selectionFeatureIds = selection.featureIds();
+    selectionCache = cache;
+}
+
+const std::set<std::int64_t>& SqliteStringBuilder::selectionIds()
+{
+    if (selectionTable && selectionCache) {
+        for (const dp::FeatureId& id : std::exchange(selectionFeatureIds, {}))
+            selectionRowIds.insert(selectionCache->assignIdToInt(id));
+    }
+    return selectionRowIds;
 }
 
 void SqliteStringBuilder::setError(std::shared_ptr<sql::SqlError> error)
@@ -274,12 +281,12 @@ void SqliteStringBuilder::onFrom(std::wstring& text)
 
 void SqliteStringBuilder::onWhere(std::wstring& text)
 {
-    if (scopes.empty() || scopes.back().aliases.empty() || selectionIds.empty()) {
+    if (scopes.empty() || scopes.back().aliases.empty() || selectionIds().empty()) {
         fromLength = 0;
         return;
     }
     std::wstring ids;
-    for (const std::int64_t id : selectionIds)
+    for (const std::int64_t id : selectionIds())
         ids += std::to_wstring(id) + L",";
     ids.back() = L')';
 
@@ -329,7 +336,7 @@ void SqliteStringBuilder::visit(const TablePrimary& node)
     // an alias to.
     if (alias.empty() && !scopes.empty())
         alias = L"_" + QUuid::createUuid().toString(QUuid::Id128).toStdWString();
-    if (selectionTable && !selectionIds.empty()) {
+    if (selectionTable && !selectionIds().empty()) {
         name = selectionTable->name().toStdWString();
     } else {
         qCDebug(lcTranslation) << "the query reads the selection, but there is none";
@@ -531,7 +538,8 @@ void SqliteStringBuilder::visit(const Function& node)
     }
     const QString name = QString::fromStdWString(node.name());
     const std::wstring renamed = renamedFunction(lowered, node.name());
-    if (!whiteList.empty() && !whiteList.count(name) && (renamed.empty() || !whiteList.count(QString::fromStdWString(renamed)))) {
+    if (whiteList && !whiteList->empty() && !whiteList->count(name)
+        && (renamed.empty() || !whiteList->count(QString::fromStdWString(renamed)))) {
         qCDebug(lcTranslation) << "function not allowed:" << name;
         if (unsupported.insert(name).second)
             unsupportedPlaces.emplace(name, std::make_pair(node.line(), node.column()));
@@ -570,11 +578,16 @@ QString SqliteStringBuilder::orderById() const
 {
     if (scopes.empty() || !scopes.back().query)
         return {};
+    if (scopes.back().id.isNull())
+        scopes.back().id = QUuid::createUuid();
     return QStringLiteral("Order By '") + scopes.back().id.toString(QUuid::Id128) + QLatin1Char('\'');
 }
 
 void SqliteStringBuilder::correctRowNumber(const QuerySpecification& spec)
 {
+    // Without an id this query never emitted the placeholder.
+    if (scopes.empty() || scopes.back().id.isNull())
+        return;
     const std::wstring placeholder = orderById().toStdWString();
     if (placeholder.empty() || depth() == 0 || top().find(placeholder) == std::wstring::npos)
         return;

@@ -134,7 +134,7 @@ public:
         if (pos < s.size())
             scan(t);
         endsOperand = t.kind == TokenKind::Integer || t.kind == TokenKind::Real || t.kind == TokenKind::String
-            || t.kind == TokenKind::QuotedIdentifier || t.isSymbol(L")") || (t.kind == TokenKind::Word && !isReservedWord(t.folded));
+            || t.kind == TokenKind::QuotedIdentifier || t.isSymbol(L")") || (t.kind == TokenKind::Word && !t.reserved);
         return t;
     }
 
@@ -194,6 +194,7 @@ private:
             t.kind = TokenKind::Word;
             t.text = toWide(s, from, pos);
             t.folded = toLowercase(t.text);
+            t.reserved = isReservedWord(t.folded);
         } else if (isDigit(c) || (c == U'.' && isDigit(at(pos + 1)))) {
             scanNumber(t);
         } else if (c == U'&' && !endsOperand && (at(pos + 1) | 0x20) == U'h' && isHexRun(pos + 2)) {

@@ -43,9 +43,11 @@ struct Shell::Private {
     ShellOptions options;
     std::unique_ptr<Core> core;
     Engine* engine = nullptr;
-    // The functions a statement may call; read again after anything that
-    // can register functions (opening a file loads a module).
-    engine::SqliteStringBuilder::NameSet functions;
+    // The functions a statement may call: read when the first statement is
+    // translated (not at start-up, where nothing may be translated), and read
+    // again after anything that can register functions (opening a file loads
+    // a module). Shared by the builders of every statement.
+    std::shared_ptr<const engine::SqliteStringBuilder::NameSet> functions;
     dp::DataCatalogWithSelection* catalog = nullptr;       // the host's, owned by the core
     // The indices built with .index, by table name (the store keeps them).
     std::map<QString, std::vector<int>> indexIds;
@@ -97,14 +99,14 @@ namespace {
 // engine connection, so that a misspelt name is refused with its place
 // before SQLite sees it. Not the dialect catalogue: the translator also emits
 // the engine's own names (concat, objectarea, ...), which it does not list.
-engine::SqliteStringBuilder::NameSet functionWhiteList(Engine& engine)
+std::shared_ptr<const engine::SqliteStringBuilder::NameSet> functionWhiteList(Engine& engine)
 {
-    engine::SqliteStringBuilder::NameSet names;
+    auto names = std::make_shared<engine::SqliteStringBuilder::NameSet>();
     QSqlQuery query(engine.engineDatabase());
     query.setForwardOnly(true);
     if (query.exec(QStringLiteral("Pragma function_list")))
         while (query.next())
-            names.insert(query.value(0).toString());
+            names->insert(query.value(0).toString());
     return names;
 }
 
@@ -157,8 +159,6 @@ Shell::Shell(ShellOptions options)
     }
     if (!d->catalog || !tablesLoaded)
         throw std::runtime_error(QStringLiteral("the table adapter is not loaded: %1").arg(reason).toStdString());
-    // Plug-ins register functions too: read the list once they are all in.
-    d->functions = functionWhiteList(*d->engine);
 }
 
 // The core unloads the plug-ins in reverse order before it goes.
@@ -216,7 +216,7 @@ bool Shell::openFile(const QString& text, const QString& name, const QStringList
         table->setName(d->catalog->uniqueName(table->name()));
         // The extension creates the virtual table as the catalog reports it.
         d->catalog->addDataObject(table);
-        d->functions = functionWhiteList(*d->engine);
+        d->functions.reset();
     } catch (const std::exception& e) {
         // A table the engine could not take leaves the catalog again.
         if (table && d->catalog->findById(table->id()))
@@ -347,7 +347,10 @@ bool Shell::hasQuit() const
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
 {
     engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
-    builder.setWhiteList(d->functions);
+    // Plug-ins register functions too: the list is read once they are all in.
+    if (!d->functions)
+        d->functions = functionWhiteList(*d->engine);
+    builder.shareWhiteList(d->functions);
     builder.setSelection(d->catalog->selection(), d->engine->cache());
     try {
         if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
