@@ -10,7 +10,7 @@
 #include <QString>
 
 #include <algorithm>
-#include <deque>
+#include <array>
 #include <unordered_set>
 
 namespace tessera::sql {
@@ -80,20 +80,25 @@ private:
 
     // ---- tokens -------------------------------------------------------------
 
-    // Tokens are read on demand; a deque keeps references to the buffered
-    // ones valid while more are read behind them.
+    // Tokens are read on demand into a small ring: the grammar looks at most
+    // two tokens ahead, and a slot is written again only after its token was
+    // taken, so references to the buffered ones stay valid while more are
+    // read behind them.
     const Token& peek(std::size_t ahead = 0)
     {
-        while (buffered.size() <= ahead)
-            buffered.push_back(lexer.next());
-        return buffered[ahead];
+        while (buffered <= ahead) {
+            ring[(head + buffered) % ring.size()] = lexer.next();
+            ++buffered;
+        }
+        return ring[(head + ahead) % ring.size()];
     }
     Token next()
     {
         peek();
         infixKnown = false;
-        Token t = std::move(buffered.front());
-        buffered.pop_front();
+        Token t = std::move(ring[head]);
+        head = (head + 1) % ring.size();
+        --buffered;
         return t;
     }
     void skip(std::size_t count)
@@ -915,7 +920,9 @@ private:
 
     const ParseContext* ctx;
     Lexer lexer;
-    std::deque<Token> buffered;
+    std::array<Token, 4> ring;
+    std::size_t head = 0;       // the front token's slot
+    std::size_t buffered = 0;   // tokens read and not yet taken
     int depth = 0;
     Infix nextInfix;          // infix() of the front token, when infixKnown
     bool infixKnown = false;
