@@ -819,7 +819,7 @@ private:
 
     std::int32_t attribute(const std::wstring& functionName) const
     {
-        const FunctionName value = ctx ? ctx->functionName(functionName) : FunctionNameInfo::find(QString::fromStdWString(functionName));
+        const FunctionName value = ctx ? ctx->functionName(functionName) : FunctionNameInfo::find(functionName);
         return static_cast<std::int32_t>(value);
     }
 
