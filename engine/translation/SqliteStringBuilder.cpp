@@ -125,6 +125,20 @@ bool isEngineFunction(const Function& node)
     return std::any_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
 }
 
+// toLowercase(name) == word for a lower-case ASCII `word` without a 'k',
+// without the copy: no other character folds to one of its letters (only the
+// Kelvin sign folds to ASCII, to 'k').
+bool isNamed(const std::wstring& name, const wchar_t* word)
+{
+    std::size_t i = 0;
+    for (; i < name.size() && word[i] != L'\0'; ++i) {
+        const wchar_t c = name[i] >= L'A' && name[i] <= L'Z' ? wchar_t(name[i] - L'A' + L'a') : name[i];
+        if (c != word[i])
+            return false;
+    }
+    return i == name.size() && word[i] == L'\0';
+}
+
 std::size_t countBefore(const std::wstring& text, const std::wstring& what, std::size_t limit)
 {
     std::size_t count = 0;
@@ -381,15 +395,14 @@ void SqliteStringBuilder::visitCorrectedColumn(const ColumnReference& node)
 {
     if (visitGeo(node) || visitStyle(node))
         return;
-    if (!idUsed && sql::toLowercase(node.name()) == L"rowid")
+    if (!idUsed && isNamed(node.name(), L"rowid"))
         idUsed = true;
     visitImpl(node);
 }
 
 bool SqliteStringBuilder::visitGeo(const ColumnReference& node)
 {
-    const std::wstring lowered = sql::toLowercase(node.name());
-    if (lowered != L"obj" && lowered != L"object")
+    if (!isNamed(node.name(), L"obj") && !isNamed(node.name(), L"object"))
         return false;
     visitImpl(ColumnReference(node.qualifier(), geometryColumnName));
     return true;
@@ -397,8 +410,7 @@ bool SqliteStringBuilder::visitGeo(const ColumnReference& node)
 
 bool SqliteStringBuilder::visitStyle(const ColumnReference& node)
 {
-    const std::wstring lowered = sql::toLowercase(node.name());
-    if (lowered != L"style" && lowered != L"tr$$_rendition")
+    if (!isNamed(node.name(), L"style") && !isNamed(node.name(), L"tr$$_rendition"))
         return false;
     visitImpl(ColumnReference(node.qualifier(), styleColumnName));
     return true;
@@ -538,6 +550,8 @@ void SqliteStringBuilder::visit(const Function& node)
     }
     const QString name = QString::fromStdWString(node.name());
     const std::wstring renamed = renamedFunction(lowered, node.name());
+    if (!whiteList && whiteListSource)
+        whiteList = std::exchange(whiteListSource, nullptr)();
     if (whiteList && !whiteList->empty() && !whiteList->count(name)
         && (renamed.empty() || !whiteList->count(QString::fromStdWString(renamed)))) {
         qCDebug(lcTranslation) << "function not allowed:" << name;

@@ -73,9 +73,9 @@ public:
     void setNeedColumns(bool need) { needColumns = need; }
     // Function names that may be called; empty allows every function.
     void setWhiteList(NameSet names) { whiteList = std::make_shared<const NameSet>(std::move(names)); }
-    // The same without a copy: a host that translates many statements keeps
-    // one list for all of them.
-    void shareWhiteList(std::shared_ptr<const NameSet> names) { whiteList = std::move(names); }
+    // The same, asked for when the statement first calls a function: a host
+    // keeps one list for all its statements and reads it only when needed.
+    void setWhiteListSource(std::function<std::shared_ptr<const NameSet>()> source) { whiteListSource = std::move(source); }
     // Queries that read the Selection pseudo-table are filtered to the rows
     // of `selection`, numbered through `cache`.
     void setSelection(const dp::Selection& selection, EngineCache* cache);
@@ -174,6 +174,7 @@ private:
     std::vector<NamePair> dependencyList;
     std::vector<NamePair> primaryList;
     std::shared_ptr<const NameSet> whiteList;
+    std::function<std::shared_ptr<const NameSet>()> whiteListSource;
     NameSet unsupported;
     std::map<QString, std::pair<int, int>, caseInsensitiveLess> unsupportedPlaces; // (line, column) of the first call
     std::vector<NamePair> columnList;

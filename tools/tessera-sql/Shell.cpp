@@ -43,10 +43,10 @@ struct Shell::Private {
     ShellOptions options;
     std::unique_ptr<Core> core;
     Engine* engine = nullptr;
-    // The functions a statement may call: read when the first statement is
-    // translated (not at start-up, where nothing may be translated), and read
-    // again after anything that can register functions (opening a file loads
-    // a module). Shared by the builders of every statement.
+    // The functions a statement may call: read when a statement first calls
+    // a function (not at start-up), and read again after anything that can
+    // register functions (opening a file loads a module). Shared by the
+    // builders of every statement.
     std::shared_ptr<const engine::SqliteStringBuilder::NameSet> functions;
     dp::DataCatalogWithSelection* catalog = nullptr;       // the host's, owned by the core
     // The indices built with .index, by table name (the store keeps them).
@@ -104,7 +104,8 @@ std::shared_ptr<const engine::SqliteStringBuilder::NameSet> functionWhiteList(En
     auto names = std::make_shared<engine::SqliteStringBuilder::NameSet>();
     QSqlQuery query(engine.engineDatabase());
     query.setForwardOnly(true);
-    if (query.exec(QStringLiteral("Pragma function_list")))
+    // Each name once (the pragma has a row per overload).
+    if (query.exec(QStringLiteral("Select Distinct name From pragma_function_list")))
         while (query.next())
             names->insert(query.value(0).toString());
     return names;
@@ -347,10 +348,13 @@ bool Shell::hasQuit() const
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
 {
     engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
-    // Plug-ins register functions too: the list is read once they are all in.
-    if (!d->functions)
-        d->functions = functionWhiteList(*d->engine);
-    builder.shareWhiteList(d->functions);
+    // Plug-ins register functions too: the list is read once they are all in,
+    // when a statement first calls a function.
+    builder.setWhiteListSource([this] {
+        if (!d->functions)
+            d->functions = functionWhiteList(*d->engine);
+        return d->functions;
+    });
     builder.setSelection(d->catalog->selection(), d->engine->cache());
     try {
         if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
