@@ -89,6 +89,9 @@ struct Shell::Private {
         err.flush();
         return true;
     }
+    // `builder` refuses calls of functions the engine does not have; the list
+    // is read when a statement first calls a function.
+    void allowFunctions(engine::SqliteStringBuilder& builder);
     // Results and meta-command output go to the .output file, if any.
     QTextStream& resultStream(QTextStream& screen) const { return output ? *output : screen; }
 };
@@ -125,6 +128,15 @@ void splitLayer(const QString& text, QString& path, QString& layer)
 }
 
 } // namespace
+
+void Shell::Private::allowFunctions(engine::SqliteStringBuilder& builder)
+{
+    builder.setWhiteListSource([this] {
+        if (!functions)
+            functions = functionWhiteList(*engine);
+        return functions;
+    });
+}
 
 Shell::Shell(ShellOptions options)
     : d(std::make_unique<Private>())
@@ -348,13 +360,7 @@ bool Shell::hasQuit() const
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
 {
     engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
-    // Plug-ins register functions too: the list is read once they are all in,
-    // when a statement first calls a function.
-    builder.setWhiteListSource([this] {
-        if (!d->functions)
-            d->functions = functionWhiteList(*d->engine);
-        return d->functions;
-    });
+    d->allowFunctions(builder);
     builder.setSelection(d->catalog->selection(), d->engine->cache());
     try {
         if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
