@@ -4,28 +4,12 @@
 #include "platform/sql/FunctionName.h"
 #include "platform/sql/Keywords.h"
 #include "platform/sql/SqlStringBuilder.h"
-#include "platform/sql/Token.h"
 
 #include <QString>
 
 #include <gtest/gtest.h>
 
 using namespace tessera::sql;
-
-TEST(WordLookupTest, sameTextMatchesWholeWordsOnly)
-{
-    const struct {
-        const wchar_t* text;
-        const wchar_t* word;
-        bool same;
-    } cases[] = {
-        {L"select", L"select", true}, {L"selec", L"select", false}, {L"selects", L"select", false},
-        {L"", L"", true},             {L"", L"a", false},           {L"a", L"", false},
-        {L"Select", L"select", false}, {L"<>", L"<>", true},        {L"<", L"<>", false},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(sameText(c.text, c.word), c.same) << QString::fromWCharArray(c.text).toStdString();
-}
 
 TEST(WordLookupTest, reservedWords)
 {
