@@ -557,12 +557,21 @@ main() {
   prepare_data || { log "data preparation failed: $(tail -3 "$WORK/prep.err" 2>/dev/null)"; exit 1; }
   check_peers
   set_commands
+  # tessera-sql runs as shipped: a host that loads the engine, the functions and the
+  # tables as plug-ins from the folder beside it (and TESSERA_PLUGIN_PATH), so its
+  # start-up includes finding and loading them. Which ones it loaded goes into the report.
+  PLUGINS=""
+  if enabled tessera && [ -x "$TESSERA" ]; then
+    PLUGINS=$("$TESSERA" --format csv -c '.plugins' 2>/dev/null | awk -F, 'NR > 1 { printf "%s%s %s", (NR > 2 ? ", " : ""), $1, $2 }')
+    log "tessera-sql plug-ins: ${PLUGINS:-none}"
+  fi
   # KEEP=1 keeps the results of an earlier run, e.g. to rerun one workload with ONLY.
   [ "${KEEP:-0}" = 1 ] && [ -f "$TSV" ] || : >"$TSV"
   workloads
   {
     printf '%s, %s, load average %s, %s runs each, medians; net = minus the same system'"'"'s start-up and open+count of the same data.\n\n' \
       "$(date -u '+%Y-%m-%d %H:%M UTC')" "$(nproc) cores $(uname -m)" "$(cut -d' ' -f1-3 /proc/loadavg 2>/dev/null)" "$RUNS"
+    [ -n "$PLUGINS" ] && printf 'tessera-sql loaded its plug-ins as a user'"'"'s would: %s.\n\n' "$PLUGINS"
     report
   } >"$RESULTS"
   cat "$RESULTS"

@@ -125,6 +125,20 @@ bool isEngineFunction(const Function& node)
     return std::any_of(name.begin(), name.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
 }
 
+// toLowercase(name) == word for a lower-case ASCII `word` without a 'k',
+// without the copy: no other character folds to one of its letters (only the
+// Kelvin sign folds to ASCII, to 'k').
+bool isNamed(const std::wstring& name, const wchar_t* word)
+{
+    std::size_t i = 0;
+    for (; i < name.size() && word[i] != L'\0'; ++i) {
+        const wchar_t c = name[i] >= L'A' && name[i] <= L'Z' ? wchar_t(name[i] - L'A' + L'a') : name[i];
+        if (c != word[i])
+            return false;
+    }
+    return i == name.size() && word[i] == L'\0';
+}
+
 std::size_t countBefore(const std::wstring& text, const std::wstring& what, std::size_t limit)
 {
     std::size_t count = 0;
@@ -172,12 +186,19 @@ bool SqliteStringBuilder::isSelectionName(const std::wstring& name) const
 
 void SqliteStringBuilder::setSelection(const dp::Selection& selection, EngineCache* cache)
 {
-    selectionIds.clear();
+    selectionRowIds.clear();
     selectionTable = selection.table();
-    if (!selectionTable || !cache)
-        return;
-    for (const dp::FeatureId& id : selection.featureIds())
-        selectionIds.insert(cache->assignIdToInt(id));
+    selectionFeatureIds = selection.featureIds();
+    selectionCache = cache;
+}
+
+const std::set<std::int64_t>& SqliteStringBuilder::selectionIds()
+{
+    if (selectionTable && selectionCache) {
+        for (const dp::FeatureId& id : std::exchange(selectionFeatureIds, {}))
+            selectionRowIds.insert(selectionCache->assignIdToInt(id));
+    }
+    return selectionRowIds;
 }
 
 void SqliteStringBuilder::setError(std::shared_ptr<sql::SqlError> error)
@@ -274,12 +295,12 @@ void SqliteStringBuilder::onFrom(std::wstring& text)
 
 void SqliteStringBuilder::onWhere(std::wstring& text)
 {
-    if (scopes.empty() || scopes.back().aliases.empty() || selectionIds.empty()) {
+    if (scopes.empty() || scopes.back().aliases.empty() || selectionIds().empty()) {
         fromLength = 0;
         return;
     }
     std::wstring ids;
-    for (const std::int64_t id : selectionIds)
+    for (const std::int64_t id : selectionIds())
         ids += std::to_wstring(id) + L",";
     ids.back() = L')';
 
@@ -329,7 +350,7 @@ void SqliteStringBuilder::visit(const TablePrimary& node)
     // an alias to.
     if (alias.empty() && !scopes.empty())
         alias = L"_" + QUuid::createUuid().toString(QUuid::Id128).toStdWString();
-    if (selectionTable && !selectionIds.empty()) {
+    if (selectionTable && !selectionIds().empty()) {
         name = selectionTable->name().toStdWString();
     } else {
         qCDebug(lcTranslation) << "the query reads the selection, but there is none";
@@ -374,15 +395,14 @@ void SqliteStringBuilder::visitCorrectedColumn(const ColumnReference& node)
 {
     if (visitGeo(node) || visitStyle(node))
         return;
-    if (!idUsed && sql::toLowercase(node.name()) == L"rowid")
+    if (!idUsed && isNamed(node.name(), L"rowid"))
         idUsed = true;
     visitImpl(node);
 }
 
 bool SqliteStringBuilder::visitGeo(const ColumnReference& node)
 {
-    const std::wstring lowered = sql::toLowercase(node.name());
-    if (lowered != L"obj" && lowered != L"object")
+    if (!isNamed(node.name(), L"obj") && !isNamed(node.name(), L"object"))
         return false;
     visitImpl(ColumnReference(node.qualifier(), geometryColumnName));
     return true;
@@ -390,8 +410,7 @@ bool SqliteStringBuilder::visitGeo(const ColumnReference& node)
 
 bool SqliteStringBuilder::visitStyle(const ColumnReference& node)
 {
-    const std::wstring lowered = sql::toLowercase(node.name());
-    if (lowered != L"style" && lowered != L"tr$$_rendition")
+    if (!isNamed(node.name(), L"style") && !isNamed(node.name(), L"tr$$_rendition"))
         return false;
     visitImpl(ColumnReference(node.qualifier(), styleColumnName));
     return true;
@@ -531,7 +550,10 @@ void SqliteStringBuilder::visit(const Function& node)
     }
     const QString name = QString::fromStdWString(node.name());
     const std::wstring renamed = renamedFunction(lowered, node.name());
-    if (!whiteList.empty() && !whiteList.count(name) && (renamed.empty() || !whiteList.count(QString::fromStdWString(renamed)))) {
+    if (!whiteList && whiteListSource)
+        whiteList = std::exchange(whiteListSource, nullptr)();
+    if (whiteList && !whiteList->empty() && !whiteList->count(name)
+        && (renamed.empty() || !whiteList->count(QString::fromStdWString(renamed)))) {
         qCDebug(lcTranslation) << "function not allowed:" << name;
         if (unsupported.insert(name).second)
             unsupportedPlaces.emplace(name, std::make_pair(node.line(), node.column()));
@@ -570,11 +592,16 @@ QString SqliteStringBuilder::orderById() const
 {
     if (scopes.empty() || !scopes.back().query)
         return {};
+    if (scopes.back().id.isNull())
+        scopes.back().id = QUuid::createUuid();
     return QStringLiteral("Order By '") + scopes.back().id.toString(QUuid::Id128) + QLatin1Char('\'');
 }
 
 void SqliteStringBuilder::correctRowNumber(const QuerySpecification& spec)
 {
+    // Without an id this query never emitted the placeholder.
+    if (scopes.empty() || scopes.back().id.isNull())
+        return;
     const std::wstring placeholder = orderById().toStdWString();
     if (placeholder.empty() || depth() == 0 || top().find(placeholder) == std::wstring::npos)
         return;

@@ -10,12 +10,14 @@
 #include "engine/EngineExport.h"
 #include "engine/translation/CaseInsensitiveLess.h"
 #include "platform/sql/SqlError.h"
+#include "platform/dp/FeatureId.h"
 #include "platform/sql/SqlStringBuilder.h"
 
 #include <QSqlDatabase>
 #include <QString>
 #include <QStringList>
 #include <QUuid>
+#include <QVector>
 
 #include <cstdint>
 #include <functional>
@@ -70,7 +72,10 @@ public:
     void setNeedDependencies(bool need) { needDependencies = need; }
     void setNeedColumns(bool need) { needColumns = need; }
     // Function names that may be called; empty allows every function.
-    void setWhiteList(NameSet names) { whiteList = std::move(names); }
+    void setWhiteList(NameSet names) { whiteList = std::make_shared<const NameSet>(std::move(names)); }
+    // The same, asked for when the statement first calls a function: a host
+    // keeps one list for all its statements and reads it only when needed.
+    void setWhiteListSource(std::function<std::shared_ptr<const NameSet>()> source) { whiteListSource = std::move(source); }
     // Queries that read the Selection pseudo-table are filtered to the rows
     // of `selection`, numbered through `cache`.
     void setSelection(const dp::Selection& selection, EngineCache* cache);
@@ -131,7 +136,9 @@ private:
     struct Scope {
         explicit Scope(bool isQuery) : query(isQuery) {}
         std::set<std::wstring> aliases; // names of the selection in this query's From
-        QUuid id = QUuid::createUuid();
+        // Names the rownum placeholder; made when rownum first asks for it
+        // (a random id costs more than the rest of a short translation).
+        mutable QUuid id;
         bool query; // a query specification, not the target of an Update or Delete
         bool rowNumberAllowed = false; // in a select item or a sort key of this query
         std::vector<std::wstring> sources; // the From's names (alias or table), in order
@@ -166,12 +173,18 @@ private:
     ErrorList errorList;
     std::vector<NamePair> dependencyList;
     std::vector<NamePair> primaryList;
-    NameSet whiteList;
+    std::shared_ptr<const NameSet> whiteList;
+    std::function<std::shared_ptr<const NameSet>()> whiteListSource;
     NameSet unsupported;
     std::map<QString, std::pair<int, int>, caseInsensitiveLess> unsupportedPlaces; // (line, column) of the first call
     std::vector<NamePair> columnList;
     std::vector<Scope> scopes;
-    std::set<std::int64_t> selectionIds;
+    // The selection's row ids, numbered when a query first reads the
+    // selection: most queries never do.
+    const std::set<std::int64_t>& selectionIds();
+    std::set<std::int64_t> selectionRowIds;
+    QVector<dp::FeatureId> selectionFeatureIds;
+    EngineCache* selectionCache = nullptr;
     std::shared_ptr<dp::Table> selectionTable;
     bool needDependencies = false;
     bool needColumns = false;

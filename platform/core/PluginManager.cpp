@@ -5,6 +5,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -127,15 +128,18 @@ struct PluginManager::Private {
     }
 
     void visit(Candidate& c, std::map<QString, Candidate*>& byName, Core* core);
-    void finish(Candidate& c, Plugin* plugin);
+    void finish(Candidate& c, Plugin* plugin, qint64 nanoseconds = 0);
 };
 
-void PluginManager::Private::finish(Candidate& c, Plugin* plugin)
+void PluginManager::Private::finish(Candidate& c, Plugin* plugin, qint64 nanoseconds)
 {
     c.state = Candidate::Done;
     c.info.loaded = plugin != nullptr;
+    // With the time its library and its set-up took: a host's start-up is
+    // mostly the loading of its plug-ins.
     if (plugin)
-        qCInfo(logging::core()) << "plug-in loaded:" << c.info.name << c.info.version << c.info.file;
+        qCInfo(logging::core()).nospace() << "plug-in loaded: " << c.info.name << " " << c.info.version << " " << c.info.file
+                                          << " (" << nanoseconds / 1000 / 1000.0 << " ms)";
     else
         // Reported to the caller of load(), who tells the user.
         qCInfo(logging::core()).noquote() << QStringLiteral("plug-in %1 not loaded: %2").arg(c.info.name, c.info.error);
@@ -180,6 +184,8 @@ void PluginManager::Private::visit(Candidate& c, std::map<QString, Candidate*>& 
     if (!c.info.error.isEmpty())
         return finish(c, nullptr);
 
+    QElapsedTimer timer;
+    timer.start();
     QObject* instance = c.loader->instance();
     Plugin* plugin = qobject_cast<Plugin*>(instance);
     if (!instance) {
@@ -199,7 +205,7 @@ void PluginManager::Private::visit(Candidate& c, std::map<QString, Candidate*>& 
         c.info.error = QStringLiteral("its set-up failed");
         return finish(c, nullptr);
     }
-    finish(c, plugin);
+    finish(c, plugin, timer.nsecsElapsed());
 }
 
 PluginManager::PluginManager()

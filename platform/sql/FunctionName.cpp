@@ -1,6 +1,10 @@
 #include "platform/sql/FunctionName.h"
 
+#include "platform/sql/SqlStrings.h"
+
 #include <QHash>
+
+#include <unordered_map>
 
 namespace tessera::sql {
 
@@ -47,6 +51,19 @@ const QHash<QString, FunctionName>& byLowerName()
     return map;
 }
 
+// The same by the UTF-8 of the lower-case name, for the ASCII names that the
+// parser meets on every function call (no QString on the way).
+const std::unordered_map<std::string, FunctionName>& byLowerUtf8()
+{
+    static const std::unordered_map<std::string, FunctionName> map = [] {
+        std::unordered_map<std::string, FunctionName> m;
+        for (const Entry& e : catalogue)
+            m.emplace(QString::fromUtf8(e.name).toLower().toStdString(), static_cast<FunctionName>(e.value));
+        return m;
+    }();
+    return map;
+}
+
 } // namespace
 
 const char* FunctionNameInfo::name(FunctionName value)
@@ -64,6 +81,20 @@ FunctionInfo::TypeMasks FunctionNameInfo::mask(FunctionName value)
 FunctionName FunctionNameInfo::find(const QString& name)
 {
     return byLowerName().value(name.toLower(), FunctionName::None);
+}
+
+FunctionName FunctionNameInfo::find(const std::wstring& name)
+{
+    std::string lower;
+    lower.reserve(name.size());
+    for (const wchar_t c : name) {
+        if (static_cast<unsigned long>(c) > 0x7f)
+            return find(fromSqlString(name));
+        lower += static_cast<char>(c >= L'A' && c <= L'Z' ? c - L'A' + L'a' : c);
+    }
+    const auto& map = byLowerUtf8();
+    const auto it = map.find(lower);
+    return it == map.end() ? FunctionName::None : it->second;
 }
 
 int FunctionNameInfo::count()

@@ -6,6 +6,7 @@
 #include <QFlags>
 #include <QString>
 #include <cstdint>
+#include <string>
 
 #include "platform/sql/FunctionCatalogue.h"
 
@@ -38,6 +39,7 @@ struct TESSERA_SQL_EXPORT FunctionNameInfo {
     static FunctionInfo::TypeMasks mask(FunctionName value);
     // The value named `name` (any case); None when there is none.
     static FunctionName find(const QString& name);
+    static FunctionName find(const std::wstring& name);
     // The highest value in use (values 1..count() are all in use).
     static int count();
 };

@@ -6,6 +6,7 @@
 #include <QChar>
 #include <QString>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace tessera::sql {
@@ -81,7 +82,9 @@ bool isWordStart(char32_t c)
 
 bool isWordPart(char32_t c)
 {
-    return isWordStart(c) || (c >= U'0' && c <= U'9') || c == U'$' || (c >= 0x80 && QChar::isNumber(uint(c)));
+    if (c < 0x80)
+        return ((c | 0x20) >= U'a' && (c | 0x20) <= U'z') || (c >= U'0' && c <= U'9') || c == U'_' || c == U'$';
+    return QChar::isLetter(uint(c)) || QChar::isNumber(uint(c));
 }
 
 bool isDigit(char32_t c)
@@ -104,6 +107,8 @@ bool isSpace(char32_t c)
 // bits); QString::fromUcs4 would drop a leading U+FEFF as a byte-order mark.
 std::wstring toWide(const std::u32string& s, std::size_t from, std::size_t to)
 {
+    if constexpr (sizeof(wchar_t) == 4)
+        return std::wstring(s.begin() + std::ptrdiff_t(from), s.begin() + std::ptrdiff_t(to));
     std::wstring out;
     out.reserve(to - from);
     for (std::size_t i = from; i < to; ++i) {
@@ -134,7 +139,7 @@ public:
         if (pos < s.size())
             scan(t);
         endsOperand = t.kind == TokenKind::Integer || t.kind == TokenKind::Real || t.kind == TokenKind::String
-            || t.kind == TokenKind::QuotedIdentifier || t.isSymbol(L")") || (t.kind == TokenKind::Word && !isReservedWord(t.folded));
+            || t.kind == TokenKind::QuotedIdentifier || t.isSymbol(L")") || (t.kind == TokenKind::Word && !t.reserved);
         return t;
     }
 
@@ -189,11 +194,14 @@ private:
         const char32_t c = s[pos];
         if (isWordStart(c)) {
             const std::size_t from = pos;
+            // A word holds no line break: only the column moves.
             while (pos < s.size() && isWordPart(s[pos]))
-                advance();
+                ++pos;
+            column += static_cast<int>(pos - from);
             t.kind = TokenKind::Word;
             t.text = toWide(s, from, pos);
             t.folded = toLowercase(t.text);
+            t.reserved = isReservedWord(t.folded);
         } else if (isDigit(c) || (c == U'.' && isDigit(at(pos + 1)))) {
             scanNumber(t);
         } else if (c == U'&' && !endsOperand && (at(pos + 1) | 0x20) == U'h' && isHexRun(pos + 2)) {

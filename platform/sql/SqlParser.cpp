@@ -10,7 +10,7 @@
 #include <QString>
 
 #include <algorithm>
-#include <deque>
+#include <array>
 #include <unordered_set>
 
 namespace tessera::sql {
@@ -80,19 +80,25 @@ private:
 
     // ---- tokens -------------------------------------------------------------
 
-    // Tokens are read on demand; a deque keeps references to the buffered
-    // ones valid while more are read behind them.
+    // Tokens are read on demand into a small ring: the grammar looks at most
+    // two tokens ahead, and a slot is written again only after its token was
+    // taken, so references to the buffered ones stay valid while more are
+    // read behind them.
     const Token& peek(std::size_t ahead = 0)
     {
-        while (buffered.size() <= ahead)
-            buffered.push_back(lexer.next());
-        return buffered[ahead];
+        while (buffered <= ahead) {
+            ring[(head + buffered) % ring.size()] = lexer.next();
+            ++buffered;
+        }
+        return ring[(head + ahead) % ring.size()];
     }
     Token next()
     {
         peek();
-        Token t = std::move(buffered.front());
-        buffered.pop_front();
+        infixKnown = false;
+        Token t = std::move(ring[head]);
+        head = (head + 1) % ring.size();
+        --buffered;
         return t;
     }
     void skip(std::size_t count)
@@ -106,7 +112,7 @@ private:
     bool isWord(const wchar_t* word, std::size_t ahead = 0)
     {
         const Token& t = peek(ahead);
-        return t.kind == TokenKind::Word && lower(t) == word;
+        return t.kind == TokenKind::Word && sameText(lower(t), word);
     }
     bool acceptWord(const wchar_t* word)
     {
@@ -204,7 +210,7 @@ private:
     bool atName()
     {
         const Token& t = peek();
-        return t.kind == TokenKind::QuotedIdentifier || (t.kind == TokenKind::Word && !isReservedWord(lower(t)));
+        return t.kind == TokenKind::QuotedIdentifier || (t.kind == TokenKind::Word && !t.reserved);
     }
     std::wstring name(const char* what)
     {
@@ -219,14 +225,14 @@ private:
         if (acceptWord(L"as")) {
             const Token& t = peek();
             if (t.kind == TokenKind::QuotedIdentifier || t.kind == TokenKind::String
-                || (t.kind == TokenKind::Word && !isReservedWord(lower(t))))
+                || (t.kind == TokenKind::Word && !t.reserved))
                 return next().text;
             fail("an alias");
         }
         const Token& t = peek();
         if (t.kind == TokenKind::QuotedIdentifier)
             return next().text;
-        if (t.kind == TokenKind::Word && !isReservedWord(lower(t)) && !joinWords().count(lower(t)))
+        if (t.kind == TokenKind::Word && !t.reserved && !joinWords().count(lower(t)))
             return next().text;
         return {};
     }
@@ -481,7 +487,18 @@ private:
         const char* spelling = "";
     };
 
+    // What follows the operand: asked once per precedence level that the
+    // operand climbs through, read once per token.
     Infix infix()
+    {
+        if (!infixKnown) {
+            nextInfix = readInfix();
+            infixKnown = true;
+        }
+        return nextInfix;
+    }
+
+    Infix readInfix()
     {
         const Token& t = peek();
         auto plain = [](int level, OperationCode code, const char* spelling, std::size_t words = 1) {
@@ -519,7 +536,7 @@ private:
                 {L"^", PowerLevel, OperationCode::Power, "^"},
             };
             for (const auto& s : symbols)
-                if (t.text == s.symbol)
+                if (sameText(t.text, s.symbol))
                     return plain(s.level, s.code, s.spelling);
             return {};
         }
@@ -543,13 +560,13 @@ private:
             {L"within", SpatialLevel, OperationCode::Within, "Within"},
         };
         for (const auto& w : words)
-            if (word == w.word)
+            if (sameText(word, w.word))
                 return plain(w.level, w.code, w.spelling);
-        if (word == L"partly" && isWord(L"within", 1))
+        if (sameText(word, L"partly") && isWord(L"within", 1))
             return plain(SpatialLevel, OperationCode::PartlyWithin, "Partly Within", 2);
-        if (word == L"entirely" && isWord(L"within", 1))
+        if (sameText(word, L"entirely") && isWord(L"within", 1))
             return plain(SpatialLevel, OperationCode::EntirelyWithin, "Entirely Within", 2);
-        if (word == L"contains") {
+        if (sameText(word, L"contains")) {
             if (isWord(L"part", 1))
                 return plain(SpatialLevel, OperationCode::ContainsPart, "Contains Part", 2);
             if (isWord(L"entire", 1))
@@ -558,11 +575,11 @@ private:
         }
         Infix op;
         op.level = ComparisonLevel;
-        if (word == L"is") {
+        if (sameText(word, L"is")) {
             op.shape = Infix::Is;
             return op;
         }
-        if (word == L"similar") {
+        if (sameText(word, L"similar")) {
             op.shape = Infix::SimilarTo;
             op.code = OperationCode::SimilarTo;
             op.spelling = "Similar To";
@@ -583,10 +600,10 @@ private:
             {L"between", Infix::Between, OperationCode::Between, OperationCode::NotBetween, "Between", "Not Between"},
             {L"in", Infix::In, OperationCode::In, OperationCode::NotIn, "In", "Not In"},
         };
-        const bool negated = word == L"not";
+        const bool negated = sameText(word, L"not");
         const std::wstring predicate = negated ? (peek(1).kind == TokenKind::Word ? lower(peek(1)) : std::wstring()) : word;
         for (const auto& p : predicates) {
-            if (predicate != p.word)
+            if (!sameText(predicate, p.word))
                 continue;
             op.words = negated ? 2 : 1;
             op.shape = p.shape;
@@ -681,7 +698,7 @@ private:
     {
         if (peek().isSymbol(L"-") || peek().isSymbol(L"+")) {
             const Place at = here();
-            const bool minus = next().text == L"-";
+            const bool minus = sameText(next().text, L"-");
             Nesting guard(*this);
             const OperationCode code = minus ? OperationCode::Negate : OperationCode::UnaryPlus;
             offered(code, at, minus ? "-" : "+");
@@ -742,23 +759,23 @@ private:
             break;
         }
         const std::wstring word = lower(peek());
-        if (word == L"null") {
+        if (sameText(word, L"null")) {
             next();
             return make<NullValue>();
         }
-        if (word == L"true" || word == L"false" || word == L"unknown") {
+        if (sameText(word, L"true") || sameText(word, L"false") || sameText(word, L"unknown")) {
             next();
-            return make<TruthValue>(word == L"true" ? TernaryLogic::True : word == L"false" ? TernaryLogic::False : TernaryLogic::Unknown);
+            return make<TruthValue>(sameText(word, L"true") ? TernaryLogic::True : sameText(word, L"false") ? TernaryLogic::False : TernaryLogic::Unknown);
         }
-        if (word == L"case")
+        if (sameText(word, L"case"))
             return caseExpression();
-        if (word == L"cast")
+        if (sameText(word, L"cast"))
             return castExpression();
-        if (word == L"exists")
+        if (sameText(word, L"exists"))
             return existsExpression();
         // A few reserved words also name functions (Asc(c), Like(a, b),
         // Mod(a, b)); only a call of a catalogued function reads as one.
-        if (isReservedWord(word)
+        if (peek().reserved
             && !(peek(1).isSymbol(L"(") && FunctionNameInfo::find(QString::fromStdWString(word)) != FunctionName::None))
             fail("an expression");
         return nameExpression();
@@ -792,7 +809,7 @@ private:
                 fail("a column name");
             return make<ColumnReference>(first.text, next().text);
         }
-        if (first.kind == TokenKind::Word && lower(first) == L"rownum") {
+        if (first.kind == TokenKind::Word && sameText(lower(first), L"rownum")) {
             auto call = make<Function>(first.text, Function::NoParentheses, attribute(first.text), NodeList());
             call->setPosition(first.line, first.column);
             return call;
@@ -802,7 +819,7 @@ private:
 
     std::int32_t attribute(const std::wstring& functionName) const
     {
-        const FunctionName value = ctx ? ctx->functionName(functionName) : FunctionNameInfo::find(QString::fromStdWString(functionName));
+        const FunctionName value = ctx ? ctx->functionName(functionName) : FunctionNameInfo::find(functionName);
         return static_cast<std::int32_t>(value);
     }
 
@@ -903,8 +920,12 @@ private:
 
     const ParseContext* ctx;
     Lexer lexer;
-    std::deque<Token> buffered;
+    std::array<Token, 4> ring;
+    std::size_t head = 0;       // the front token's slot
+    std::size_t buffered = 0;   // tokens read and not yet taken
     int depth = 0;
+    Infix nextInfix;          // infix() of the front token, when infixKnown
+    bool infixKnown = false;
 };
 
 } // namespace

@@ -6,7 +6,7 @@ namespace tessera::sql {
 
 FunctionName ParseContext::functionName(const std::wstring& name) const
 {
-    return FunctionNameInfo::find(QString::fromStdWString(name));
+    return FunctionNameInfo::find(name);
 }
 
 bool ParseContext::hasOperator(OperationCode) const

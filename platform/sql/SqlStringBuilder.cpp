@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <unordered_set>
+#include <vector>
 
 namespace tessera::sql {
 
@@ -56,14 +57,43 @@ const std::unordered_set<std::wstring>& sqliteKeywords()
     return words;
 }
 
+// sqliteKeywords().count(toLowercase(name)) without a lower-case copy for an
+// ASCII name (every identifier of a translated statement passes here).
+bool isSqliteKeyword(const std::wstring& name)
+{
+    static const std::vector<std::vector<std::wstring>> byLength = [] {
+        std::vector<std::vector<std::wstring>> table;
+        for (const std::wstring& word : sqliteKeywords()) {
+            if (table.size() <= word.size())
+                table.resize(word.size() + 1);
+            table[word.size()].push_back(word);
+        }
+        return table;
+    }();
+    for (const wchar_t c : name)
+        if (static_cast<unsigned long>(c) > 0x7f)
+            return sqliteKeywords().count(toLowercase(name)) != 0;
+    if (name.size() >= byLength.size())
+        return false;
+    for (const std::wstring& word : byLength[name.size()]) {
+        std::size_t i = 0;
+        while (i < name.size() && (name[i] >= L'A' && name[i] <= L'Z' ? name[i] - L'A' + L'a' : name[i]) == word[i])
+            ++i;
+        if (i == name.size())
+            return true;
+    }
+    return false;
+}
+
 bool isPlainName(const std::wstring& name)
 {
     if (name.empty())
         return false;
     for (std::size_t i = 0; i < name.size(); ++i) {
         const auto c = static_cast<uint>(name[i]);
-        const bool letter = c == '_' || QChar::isLetter(c);
-        const bool more = QChar::isDigit(c) || c == '$';
+        // ASCII without Qt's tables: the names of almost every statement.
+        const bool letter = c == '_' || (c < 0x80 ? ((c | 0x20) >= 'a' && (c | 0x20) <= 'z') : QChar::isLetter(c));
+        const bool more = (c < 0x80 ? (c >= '0' && c <= '9') : QChar::isDigit(c)) || c == '$';
         if (!(letter || (i > 0 && more)))
             return false;
     }
@@ -163,7 +193,7 @@ SqlStringBuilder::~SqlStringBuilder() = default;
 
 std::wstring SqlStringBuilder::quoteIdentifier(const std::wstring& name)
 {
-    if (isPlainName(name) && !sqliteKeywords().count(toLowercase(name)))
+    if (isPlainName(name) && !isSqliteKeyword(name))
         return name;
     return escape(name, L'`');
 }

@@ -48,15 +48,20 @@ QString fromSqlString(const std::wstring& text)
     // UTF-32 decoder, which drops a leading U+FEFF as a byte-order mark.
     if constexpr (sizeof(wchar_t) == 2)
         return QString::fromStdWString(text);
-    QString result;
-    result.reserve(static_cast<int>(text.size()));
+    // Written in place: every translated statement passes here.
+    int size = static_cast<int>(text.size());
+    for (const wchar_t c : text)
+        if (QChar::requiresSurrogates(static_cast<char32_t>(c)))
+            ++size;
+    QString result(size, Qt::Uninitialized);
+    QChar* out = result.data();
     for (const wchar_t c : text) {
         const auto cp = static_cast<char32_t>(c);
         if (QChar::requiresSurrogates(cp)) {
-            result.append(QChar(QChar::highSurrogate(cp)));
-            result.append(QChar(QChar::lowSurrogate(cp)));
+            *out++ = QChar(QChar::highSurrogate(cp));
+            *out++ = QChar(QChar::lowSurrogate(cp));
         } else {
-            result.append(QChar(static_cast<char16_t>(cp)));
+            *out++ = QChar(static_cast<char16_t>(cp));
         }
     }
     return result;

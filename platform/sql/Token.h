@@ -18,6 +18,17 @@ enum class TokenKind {
     Symbol,           // operator or punctuation
 };
 
+// `text` equals the NUL-terminated `s`, without measuring `s` first: the
+// parser compares every token with many short keywords and symbols.
+inline bool sameText(const std::wstring& text, const wchar_t* s)
+{
+    std::size_t i = 0;
+    for (; i < text.size(); ++i)
+        if (s[i] != text[i] || s[i] == L'\0')
+            return false;
+    return s[i] == L'\0';
+}
+
 struct TESSERA_SQL_EXPORT Token {
     TokenKind kind = TokenKind::End;
     std::wstring text;       // words as written, literals without quotes, numbers in decimal
@@ -25,8 +36,9 @@ struct TESSERA_SQL_EXPORT Token {
     std::size_t offset = 0;  // in characters from the start of the text
     int line = 1;
     int column = 1;
+    bool reserved = false;   // a word that cannot be a plain name (Keywords.h)
 
-    bool isSymbol(const wchar_t* s) const { return kind == TokenKind::Symbol && text == s; }
+    bool isSymbol(const wchar_t* s) const { return kind == TokenKind::Symbol && sameText(text, s); }
 };
 
 } // namespace tessera::sql

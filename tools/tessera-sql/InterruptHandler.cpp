@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <csignal>
+#include <mutex>
 #include <thread>
 
 #ifndef _WIN32
@@ -51,7 +53,11 @@ void restore(const Previous& previous) { sigaction(SIGINT, &previous, nullptr); 
 
 struct InterruptHandler::Private {
     std::function<void()> cancel;
-    std::atomic<bool> stop{false};
+    // The watcher sleeps on `wake` between looks, so that the destructor
+    // need not wait out a sleep (a short run would end up to 20 ms later).
+    std::mutex lock;
+    std::condition_variable wake;
+    bool stop = false;   // guarded by lock
     std::atomic<bool> interrupted{false};
     // The count of interrupts handled; each new one is taken once, by the
     // watcher or by takeInterrupt, whichever comes first.
@@ -67,20 +73,27 @@ InterruptHandler::InterruptHandler(std::function<void()> cancel)
     d->seen = pendingInterrupts.load();
     d->previous = install();
     d->watcher = std::thread([p = d.get()] {
-        while (!p->stop.load()) {
+        std::unique_lock<std::mutex> guard(p->lock);
+        while (!p->stop) {
             const int now = pendingInterrupts.load();
             if (p->seen.exchange(now) != now) {
                 p->interrupted = true;
+                guard.unlock();
                 p->cancel();
+                guard.lock();
             }
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            p->wake.wait_for(guard, std::chrono::milliseconds(20), [p] { return p->stop; });
         }
     });
 }
 
 InterruptHandler::~InterruptHandler()
 {
-    d->stop = true;
+    {
+        const std::lock_guard<std::mutex> guard(d->lock);
+        d->stop = true;
+    }
+    d->wake.notify_one();
     d->watcher.join();
     restore(d->previous);
 }

@@ -47,9 +47,11 @@ struct Shell::Private {
     ShellOptions options;
     std::unique_ptr<Core> core;
     Engine* engine = nullptr;
-    // The functions a statement may call; read again after anything that
-    // can register functions (opening a file loads a module).
-    engine::SqliteStringBuilder::NameSet functions;
+    // The functions a statement may call: read when a statement first calls
+    // a function (not at start-up), and read again after anything that can
+    // register functions (opening a file loads a module). Shared by the
+    // builders of every statement.
+    std::shared_ptr<const engine::SqliteStringBuilder::NameSet> functions;
     dp::DataCatalogWithSelection* catalog = nullptr;       // the host's, owned by the core
     // The indices built with .index, by table name (the store keeps them).
     std::map<QString, std::vector<int>> indexIds;
@@ -105,6 +107,9 @@ struct Shell::Private {
                "(e.g. --srs EPSG:3857)\n";
         err.flush();
     }
+    // `builder` refuses calls of functions the engine does not have; the list
+    // is read when a statement first calls a function.
+    void allowFunctions(engine::SqliteStringBuilder& builder);
     // Results and meta-command output go to the .output file, if any.
     QTextStream& resultStream(QTextStream& screen) const { return output ? *output : screen; }
 };
@@ -115,14 +120,15 @@ namespace {
 // engine connection, so that a misspelt name is refused with its place
 // before SQLite sees it. Not the dialect catalogue: the translator also emits
 // the engine's own names (concat, objectarea, ...), which it does not list.
-engine::SqliteStringBuilder::NameSet functionWhiteList(Engine& engine)
+std::shared_ptr<const engine::SqliteStringBuilder::NameSet> functionWhiteList(Engine& engine)
 {
-    engine::SqliteStringBuilder::NameSet names;
+    auto names = std::make_shared<engine::SqliteStringBuilder::NameSet>();
     QSqlQuery query(engine.engineDatabase());
     query.setForwardOnly(true);
-    if (query.exec(QStringLiteral("Pragma function_list")))
+    // Each name once (the pragma has a row per overload).
+    if (query.exec(QStringLiteral("Select Distinct name From pragma_function_list")))
         while (query.next())
-            names.insert(query.value(0).toString());
+            names->insert(query.value(0).toString());
     return names;
 }
 
@@ -140,6 +146,15 @@ void splitLayer(const QString& text, QString& path, QString& layer)
 }
 
 } // namespace
+
+void Shell::Private::allowFunctions(engine::SqliteStringBuilder& builder)
+{
+    builder.setWhiteListSource([this] {
+        if (!functions)
+            functions = functionWhiteList(*engine);
+        return functions;
+    });
+}
 
 Shell::Shell(ShellOptions options)
     : d(std::make_unique<Private>())
@@ -175,8 +190,6 @@ Shell::Shell(ShellOptions options)
     }
     if (!d->catalog || !tablesLoaded)
         throw std::runtime_error(QStringLiteral("the table adapter is not loaded: %1").arg(reason).toStdString());
-    // Plug-ins register functions too: read the list once they are all in.
-    d->functions = functionWhiteList(*d->engine);
 }
 
 // The core unloads the plug-ins in reverse order before it goes.
@@ -256,7 +269,7 @@ bool Shell::openFile(const QString& text, const QString& name, const QStringList
         table->setName(d->catalog->uniqueName(table->name()));
         // The extension creates the virtual table as the catalog reports it.
         d->catalog->addDataObject(table);
-        d->functions = functionWhiteList(*d->engine);
+        d->functions.reset();
     } catch (const std::exception& e) {
         // A table the engine could not take leaves the catalog again.
         if (table && d->catalog->findById(table->id()))
@@ -400,7 +413,7 @@ bool Shell::hasQuit() const
 bool Shell::translate(const QString& statement, QString& sqlite, QString& error) const
 {
     engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
-    builder.setWhiteList(d->functions);
+    d->allowFunctions(builder);
     builder.setSelection(d->catalog->selection(), d->engine->cache());
     try {
         if (d->engine->tryToTranslate(statement.toStdString(), builder, Engine::AnyResult)) {
@@ -554,7 +567,7 @@ bool Shell::select(const QString& tableName, const QString& condition, QTextStre
     // which are the virtual table's; its rows' ids are the engine's feature
     // numbers, which the selection keeps as feature ids.
     engine::SqliteStringBuilder builder(d->engine->engineDatabase(), QString(), nullptr);
-    builder.setWhiteList(d->functions);
+    d->allowFunctions(builder);
     builder.setSelection(d->catalog->selection(), d->engine->cache());
     if (!d->engine->tryToTranslate(condition.toStdString(), builder, Engine::ExpressionOnly)) {
         QStringList reasons;

@@ -34,7 +34,7 @@ QVector<ScriptStatement> splitScript(const QString& script, int* complete)
                 }
             statements.push_back({s, line, start - lineStart + 1, metaCommand});
         }
-        current.clear();
+        current.resize(0);   // keeps the buffer for the next statement
         start = -1;
     };
 
