@@ -446,7 +446,7 @@ public:
     // Rows are kept and stored in near key order when the fill is handed
     // back (or a batch is full): SQLite's sort for the key index then reads
     // its records in memory order, and a key index kept row by row grows at
-    // neighbouring places. On a million rows that halves the fill.
+    // neighbouring places. On a million rows the fill takes a quarter less.
     bool add(std::int64_t row, const QVector<QVariant>& values) override
     {
         std::lock_guard<std::recursive_mutex> guard(store.lock);
@@ -466,8 +466,10 @@ public:
     bool finish(bool commit)
     {
         open = false;
-        if (generation != store.generation)
+        if (generation != store.generation) {
+            insert.reset();
             return false;   // the storage went while the fill ran
+        }
         const bool stored = commit && storeBatch();
         insert.reset();
         store.fillRunning = false;
