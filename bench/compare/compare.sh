@@ -6,7 +6,8 @@
 # writes it to $DATA/results.md. A peer that is missing or fails is reported, not fatal.
 #
 # Usage: bench/compare/compare.sh            (from the repository root or anywhere)
-# Environment: RUNS (default 3), TIMEOUT seconds per run (default 300), TESSERA_SQL
+# Environment: RUNS (default 3), TIMEOUT seconds per run (default 300), MEASURE_REPEAT
+# (queries per process for the measures, default 5), TESSERA_SQL
 # (default build/tools/tessera-sql/tessera-sql), COMPARE_DATA (default
 # build/compare-data), SYSTEMS (default "tessera spatialite spatialite+rtree gdal postgis";
 # plain sqlite3, for start-up and the text functions, runs with spatialite),
@@ -26,6 +27,10 @@ TEXT_ROWS=${TEXT_ROWS:-1000000}
 # The text queries run TEXT_REPEAT times in one process, so that their time stands out
 # from the seconds it takes to generate the table.
 TEXT_REPEAT=${TEXT_REPEAT:-5}
+# The measures per row run MEASURE_REPEAT times in one process (except on GDAL, one
+# query per ogrinfo): the first run of a query on an opened file also reads its
+# geometries, which the later ones find kept.
+MEASURE_REPEAT=${MEASURE_REPEAT:-5}
 TRANSLATE_STATEMENTS=${TRANSLATE_STATEMENTS:-50000}
 WORLD_ATLAS=world-atlas@2.0.2
 RESULTS=$DATA/results.md
@@ -294,32 +299,38 @@ skip() { # WORKLOAD SYSTEM REASON
 # ---------------------------------------------------------------------------------------
 # run_spatial NAME TESSERA-OPENS TESSERA-QUERY SPATIALITE-QUERY RTREE-QUERY GDAL-FILE GDAL-QUERY POSTGIS-QUERY
 # Queries name their tables; for tessera the opened files are named c, p, b.
+# With REPEAT set, each query but GDAL's runs that many times in one process.
 run_spatial() {
   local name=$1 opens=$2 tq=$3 sq=$4 rq=$5 gfile=$6 gq=$7 pq=$8 base=$9
+  local k reps=${REPEAT:-1} targs=() sargs=() rargs=() pargs=("$pq")
+  for ((k = 0; k < reps; k++)); do
+    targs+=(-c "$tq"); sargs+=("$sq"); rargs+=("$rq")
+    [ $k -gt 0 ] && pargs+=(-c "$pq")
+  done
   if enabled tessera; then
     if [ -x "$TESSERA" ]; then
       # shellcheck disable=SC2086
-      measure "$name" tessera "$base" answer_tessera -- "${TS[@]}" $opens -c "$tq"
+      measure "$name" tessera "$base" answer_tessera -- "${TS[@]}" $opens "${targs[@]}"
     else skip "$name" tessera "$TESSERA not built"; fi
   fi
   if enabled spatialite; then
     if [ $SPATIALITE_OK -eq 1 ] && [ -n "$sq" ]; then
-      measure "$name" spatialite "$base" answer_spatialite -- "${SL[@]}" "$sq"
+      measure "$name" spatialite "$base" answer_spatialite -- "${SL[@]}" "${sargs[@]}"
     elif [ $SPATIALITE_OK -ne 1 ]; then skip "$name" spatialite "mod_spatialite not available"; fi
   fi
   if enabled spatialite+rtree && [ -n "$rq" ]; then
     if [ $SPATIALITE_OK -eq 1 ]; then
-      measure "$name" spatialite+rtree "$base" answer_spatialite -- "${SL[@]}" "$rq"
+      measure "$name" spatialite+rtree "$base" answer_spatialite -- "${SL[@]}" "${rargs[@]}"
     else skip "$name" spatialite+rtree "mod_spatialite not available"; fi
   fi
   if enabled gdal && [ -n "$gq" ]; then
     if [ $GDAL_OK -eq 1 ]; then
-      measure "$name" gdal "$base" answer_gdal -- "${GD[@]}" "$gq" "$gfile"
+      REPEAT=1 measure "$name" gdal "$base" answer_gdal -- "${GD[@]}" "$gq" "$gfile"
     else skip "$name" gdal "ogrinfo not available"; fi
   fi
   if enabled postgis && [ -n "$pq" ]; then
     if [ $PG_OK -eq 1 ]; then
-      measure "$name" postgis "$base" answer_plain -- "${PG[@]}" "$pq"
+      measure "$name" postgis "$base" answer_plain -- "${PG[@]}" "${pargs[@]}"
     else skip "$name" postgis "${PG_NOTE:-not started}"; fi
   fi
 }
@@ -384,6 +395,7 @@ workloads() {
 
   # Measures per row, 1:10m. Planar on the Equal Earth copy (square metres, metres).
   local model tf sf pf file tbl
+  REPEAT=$MEASURE_REPEAT
   for model in planar ellipsoidal spherical; do
     case $model in
       planar) tf=Cartesian; sf=""; pf=""; file=p ;;
@@ -415,6 +427,7 @@ workloads() {
       "$D/$tbl.geojson" "select sum(st_distance(a.geometry, b.geometry$sf)) from centroids a, centroids b" \
       "select sum(st_distance(a.geom$pf, b.geom$pf$pg_sph)) from $tbl a, $tbl b" "open+count $tbl"
   done
+  REPEAT=1
 
   # Text functions over generated rows: this engine's functions (in its own process,
   # the table made with --raw) against SQLite's built-ins in sqlite3.

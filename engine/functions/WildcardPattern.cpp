@@ -113,6 +113,7 @@ WildcardPattern WildcardPattern::like(const QString& pattern, char32_t escape, Q
             result.append(Token::Literal, c);
         }
     }
+    result.findInfix();
     return result;
 }
 
@@ -162,7 +163,47 @@ WildcardPattern WildcardPattern::glob(const QString& pattern, Qt::CaseSensitivit
             result.append(negated ? Token::NegatedClass : Token::Class, char32_t(first), result.ranges.size() - first);
         }
     }
+    result.findInfix();
     return result;
+}
+
+// '%text%' with an ASCII text, the common search, is a plain scan for the
+// text in ASCII bytes. Other characters take the general way: case folding
+// maps some of them onto ASCII letters (the Kelvin sign onto 'k').
+void WildcardPattern::findInfix()
+{
+    const int m = tokens.size();
+    if (never || m < 3 || tokens.first().kind != Token::AnyRun || tokens.last().kind != Token::AnyRun)
+        return;
+    QByteArray literal;
+    for (int i = 1; i < m - 1; ++i) {
+        if (tokens[i].kind != Token::Literal || tokens[i].code >= 0x80)
+            return;
+        literal.append(char(tokens[i].code));
+    }
+    infix = literal;
+}
+
+// Nothing when the text holds a byte outside ASCII.
+std::optional<bool> WildcardPattern::containsInfix(const unsigned char* text, int length) const
+{
+    const auto* needle = reinterpret_cast<const unsigned char*>(infix.constData());
+    const int m = infix.size();
+    const unsigned char first = needle[0];
+    const unsigned char firstUpper = ignoreCase && first >= 'a' && first <= 'z' ? first - ('a' - 'A') : first;
+    for (int i = 0; i < length; ++i) {
+        const unsigned char b = text[i];
+        if (b >= 0x80)
+            return std::nullopt;
+        if ((b != first && b != firstUpper) || i + m > length)
+            continue;
+        int j = 1;
+        while (j < m && text[i + j] < 0x80 && (ignoreCase ? fold(text[i + j]) : text[i + j]) == needle[j])
+            ++j;
+        if (j == m)
+            return true;
+    }
+    return false;
 }
 
 bool WildcardPattern::accepts(const Token& token, char32_t c, char32_t folded) const
@@ -272,6 +313,10 @@ bool WildcardPattern::matches(QStringView text) const
 
 std::optional<bool> WildcardPattern::matchesUtf8(const unsigned char* text, int length) const
 {
+    if (!infix.isEmpty()) {
+        if (const std::optional<bool> found = containsInfix(text, length))
+            return found;
+    }
     return run(Utf8Text{text, length});
 }
 

@@ -4,6 +4,7 @@
 // point, so its time is bounded by the product of the pattern's and the
 // text's lengths whatever the pattern: it never gives up.
 
+#include <QByteArray>
 #include <QChar>
 #include <QString>
 #include <QStringView>
@@ -44,11 +45,14 @@ private:
 
     template <class Text>
     std::optional<bool> run(const Text& text) const;
+    std::optional<bool> containsInfix(const unsigned char* text, int length) const;
+    void findInfix();
     bool accepts(const Token& token, char32_t c, char32_t folded) const;
     void append(Token::Kind kind, char32_t code = 0, int count = 0);
 
     QVector<Token> tokens;
     QVector<Range> ranges;
+    QByteArray infix;   // the ASCII text of a '%text%' pattern (case-folded when case is ignored)
     bool ignoreCase = false;
     bool never = false;
 };

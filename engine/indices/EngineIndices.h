@@ -113,7 +113,8 @@ public:
         virtual ~InserterInterface();
         // `values` holds the row's attribute values by schema position (as
         // dp::Feature::attributeValues); the index takes its own columns.
-        // False when the row could not be stored.
+        // False when the row could not be stored. A store may keep rows and
+        // store them when the inserter is handed back (flushInserter).
         virtual bool add(std::int64_t row, const QVector<QVariant>& values) = 0;
     };
 

@@ -1,6 +1,7 @@
 #include "platform/geometry/algorithms/GeosAdapter.h"
 
 #include <QLoggingCategory>
+#include <algorithm>
 #include <cmath>
 #include <deque>
 #include <stdexcept>
@@ -64,7 +65,9 @@ public:
                 GEOSPreparedGeom_destroy_r(context, prepared);
         }
     };
-    static constexpr std::size_t recentLimit = 4;
+    // A join's inner side cycles through the candidates of each outer row:
+    // enough entries that the shapes with large boxes, met by most rows, stay.
+    static constexpr std::size_t recentLimit = 16;
 
     GEOSContextHandle_t handle;
     std::string lastError;
@@ -91,7 +94,7 @@ ThreadContext& threadContext()
 
 GeosAdapter::GeosAdapter() : ctx(threadContext().handle) {}
 
-GeosAdapter::Remembered GeosAdapter::remember(const ConstGeometryPtr& g) const
+GeosAdapter::Remembered GeosAdapter::remember(const ConstGeometryPtr& g, bool prepareAtOnce) const
 {
     ThreadContext& context = threadContext();
     auto& recent = context.recent;
@@ -114,6 +117,9 @@ GeosAdapter::Remembered GeosAdapter::remember(const ConstGeometryPtr& g) const
     }
 
     // First sight: convert, remember, and let the caller use the plain form.
+    // Entries whose source is gone are of no further use.
+    recent.erase(std::remove_if(recent.begin(), recent.end(), [](const ThreadContext::Recent& r) { return r.source.expired(); }),
+                 recent.end());
     ThreadContext::Recent entry;
     entry.source = g;
     entry.key = g.get();
@@ -122,7 +128,13 @@ GeosAdapter::Remembered GeosAdapter::remember(const ConstGeometryPtr& g) const
     recent.push_front(std::move(entry));
     if (recent.size() > ThreadContext::recentLimit)
         recent.pop_back();
-    return {recent.front().geometry.get(), nullptr};
+    ThreadContext::Recent& added = recent.front();
+    if (prepareAtOnce) {
+        added.prepared = const_cast<GEOSPreparedGeometry*>(GEOSPrepare_r(ctx, added.geometry.get()));
+        if (!added.prepared)
+            throw std::runtime_error("GEOS operation failed: " + lastError());
+    }
+    return {added.geometry.get(), added.prepared};
 }
 
 std::string GeosAdapter::lastError() const

@@ -39,13 +39,15 @@ public:
     // The GEOS form of g, kept per thread for the few geometries used last
     // while g lives: a join tests one geometry against many in a row. From
     // the second use on it comes prepared (indexed). Both pointers stay valid
-    // until the entry falls out of the last four remembered on this thread:
-    // two remember() calls in one predicate are safe.
+    // until the entry falls out of the last 16 remembered on this thread:
+    // two remember() calls in one predicate are safe. `prepareAtOnce` asks
+    // for the prepared form on first sight too: for a test against a point,
+    // whose plain form would build GEOS's whole topology graph of g.
     struct Remembered {
         const GEOSGeometry* geometry;
         const GEOSPreparedGeometry* prepared;   // null on first sight
     };
-    Remembered remember(const ConstGeometryPtr& g) const;
+    Remembered remember(const ConstGeometryPtr& g, bool prepareAtOnce = false) const;
 
     // A host geometry with the same parts (no coordinate system set).
     GeometryPtr fromGeos(const GEOSGeometry* g) const;

@@ -17,6 +17,8 @@
 #include "platform/geometry/algorithms/VincentyModel.h"
 
 #include <algorithm>
+#include <cmath>
+#include <optional>
 #include <stdexcept>
 
 namespace tessera::geometry {
@@ -153,8 +155,37 @@ struct FramedPair {
     }
 };
 
+// Two points (the distances between places): one distance in the model,
+// the answer of the general way below without its GEOS forms and its search
+// of the nearest edges. Null when a or b is not a point.
+std::optional<double> pointDistanceInMetres(CalcMode requested, const ConstGeometryPtr& a, const ConstGeometryPtr& b)
+{
+    requireGeometry(a);
+    requireGeometry(b);
+    if (a->type() != GeometryType::Point || b->type() != GeometryType::Point)
+        return std::nullopt;
+    const auto [ga, gb] = alignCoordSystemsSymmetrically(a, b, requested == CalcMode::Cartesian);
+    const CalcMode mode = resolve(requested, ga);
+    const MeasureFrame fa = frameFor(mode, ga);
+    const MeasureFrame fb = frameFor(mode, gb);
+    if (fa.geometry->type() != GeometryType::Point || fb.geometry->type() != GeometryType::Point)
+        return std::nullopt;
+    const QPointF pa = static_cast<const Point&>(*fa.geometry).point();
+    const QPointF pb = static_cast<const Point&>(*fb.geometry).point();
+    if (mode == CalcMode::Cartesian) {
+        const double dx = pb.x() - pa.x();
+        const double dy = pb.y() - pa.y();
+        return std::sqrt(dx * dx + dy * dy) * fa.unitInMetres;   // as GEOS measures it
+    }
+    if (pa == pb)
+        return 0.0;
+    return modelFor(mode, fa)->distance(pa, pb);
+}
+
 double minDistanceInMetres(CalcMode requested, const ConstGeometryPtr& a, const ConstGeometryPtr& b)
 {
+    if (const std::optional<double> d = pointDistanceInMetres(requested, a, b))
+        return *d;
     const FramedPair p(requested, a, b);
     const GEOSContextHandle_t handle = p.geos.handle();
     if (p.mode == CalcMode::Cartesian) {

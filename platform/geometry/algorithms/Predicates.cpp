@@ -9,6 +9,7 @@
 #include <QLoggingCategory>
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <stdexcept>
 
 Q_LOGGING_CATEGORY(lcPredicates, "tessera.geometry.predicates")
@@ -100,12 +101,62 @@ std::shared_ptr<Geometry> unwrapped(const Geometry& g, double turn, bool& change
     return result;
 }
 
-// g itself when none of its edges crosses +-180.
+bool isPolygonal(const Geometry& g)
+{
+    switch (g.type()) {
+    case GeometryType::Point:
+    case GeometryType::MultiPoint:
+    case GeometryType::LineString:
+    case GeometryType::MultiLineString:
+        return false;
+    default:
+        return true;
+    }
+}
+
+// The continuous form of g for GEOS (no coordinate system: only the planar
+// tests see it), or g itself when none of its edges crosses +-180, or when a
+// shape whose parts were cut there overlaps itself once made continuous: the
+// shape as stored is then the reading to test (GEOS's relate refuses such a
+// shape, and its prepared tests would count the overlap as a hole).
+// Only a shape wider than half a turn can have such an edge; those are kept
+// per thread while they live, as a join tests one of them against many.
 ConstGeometryPtr unwrapped(const ConstGeometryPtr& g, double turn)
 {
+    if (g->boundingRect().normalized().width() <= turn / 2)
+        return g;
+    struct Kept {
+        std::weak_ptr<const Geometry> source;
+        const Geometry* key;
+        double turn;
+        ConstGeometryPtr form;   // null: g itself
+    };
+    thread_local std::deque<Kept> kept;
+    for (auto it = kept.begin(); it != kept.end(); ++it) {
+        if (it->key == g.get() && it->turn == turn && !it->source.expired())
+            return it->form ? it->form : g;
+    }
+    kept.erase(std::remove_if(kept.begin(), kept.end(), [](const Kept& k) { return k.source.expired(); }), kept.end());
+
     bool changed = false;
     std::shared_ptr<Geometry> u = unwrapped(*g, turn, changed);
-    return changed ? u : g;
+    if (changed) {
+        u->setCoordSystem({});
+        if (isPolygonal(*u)) {
+            const GeosAdapter geos;
+            try {
+                if (!geos.check(GEOSisValid_r(geos.handle(), geos.toGeos(u).get())))
+                    changed = false;
+            } catch (const std::runtime_error&) {
+                changed = false;
+            }
+        }
+    }
+    constexpr std::size_t keptLimit = 8;
+    kept.push_front({g, g.get(), turn, changed ? ConstGeometryPtr(std::move(u)) : ConstGeometryPtr()});
+    if (kept.size() > keptLimit)
+        kept.pop_back();
+    return kept.front().form ? kept.front().form : g;
 }
 
 bool reachesAntimeridian(const ConstGeometryPtr& g, double turn)
@@ -142,9 +193,9 @@ bool onTheEarth(const ConstGeometryPtr& a, const ConstGeometryPtr& b, Test test)
         }
         return false;
     } catch (const std::runtime_error&) {
-        // Made continuous, a shape whose parts were cut at +-180 can overlap
-        // itself (GEOS: "side location conflict"); the shape as stored is
-        // then the reading to test.
+        // GEOS refused the continuous form (a topology conflict that the
+        // validity check let through): the shape as stored is then the
+        // reading to test.
         if (ua == a && ub == b)
             throw;
         return test(a, b);
@@ -157,7 +208,8 @@ bool relate(const ConstGeometryPtr& a, const ConstGeometryPtr& b, PreparedTest p
 {
     const GeosAdapter geos;
     const GeosGeometry eb = geos.toGeos(b);
-    const auto ea = geos.remember(a);
+    const bool puntal = b->type() == GeometryType::Point || b->type() == GeometryType::MultiPoint;
+    const auto ea = geos.remember(a, puntal);
     return geos.check(ea.prepared ? prepared(geos.handle(), ea.prepared, eb.get())
                                   : plain(geos.handle(), ea.geometry, eb.get()));
 }
@@ -181,7 +233,7 @@ bool containsCentroidPlane(const ConstGeometryPtr& a, const ConstGeometryPtr& b)
     const GeosGeometry eb = geos.toGeos(b);
     const QPointF c = geos.centroid(eb.get());
     const GeosGeometry point = geos.own(GEOSGeom_createPointFromXY_r(geos.handle(), c.x(), c.y()));
-    const auto ea = geos.remember(a);
+    const auto ea = geos.remember(a, true);
     // A centroid on a's boundary counts as held.
     return geos.check(ea.prepared ? GEOSPreparedIntersects_r(geos.handle(), ea.prepared, point.get())
                                   : GEOSIntersects_r(geos.handle(), ea.geometry, point.get()));
