@@ -32,56 +32,44 @@ Loaded loadTestPlugins(Core& core)
     return result;
 }
 
-TEST(PluginManager, LoadsInDependencyOrderThroughOneCore)
-{
-    Core core;
-    auto journal = std::make_shared<QStringList>();
-    core.registerObject(journal);
-    const Loaded result = loadTestPlugins(core);
-
-    // beta's file comes first in the folder but needs alpha.
-    EXPECT_EQ(result.loaded, (QStringList{"alpha", "beta"}));
-    EXPECT_EQ(*journal, (QStringList{"load alpha", "load beta"}));
-    // beta found the service that alpha registered, in the process's core.
-    QObject* offered = core.findService(nullptr, QStringLiteral("tessera::test::OfferedService"));
-    ASSERT_NE(offered, nullptr);
-    EXPECT_EQ(offered->property("usedBy").toString(), QStringLiteral("beta"));
-}
-
-TEST(PluginManager, ReportsEachFailureWithNameAndReason)
-{
-    Core core;
-    const Loaded result = loadTestPlugins(core);
-    const struct {
-        const char* name;
-        const char* reason;
-    } expected[] = {
-        {"absent", "file not found"},
-        {"gamma", "missing dependency nosuch"},
-        {"delta", "dependency gamma is not loaded (missing dependency nosuch)"},
-        {"epsilon", "needs alpha 2.0 or a later 2.x, found version 1.2.0"},
-        {"omega", "built for plug-in interface org.tessera.Plugin/0.9, this host offers org.tessera.Plugin/1.0"},
-        {"faulty", "no licence for this seat"},
-    };
-    ASSERT_EQ(result.failures.size(), int(std::size(expected)));
-    for (const auto& row : expected) {
-        SCOPED_TRACE(row.name);
-        const auto it = std::find_if(result.failures.begin(), result.failures.end(),
-                                     [&](const PluginInfo& p) { return p.name == QLatin1String(row.name); });
-        ASSERT_NE(it, result.failures.end());
-        EXPECT_FALSE(it->loaded);
-        EXPECT_EQ(it->error.toStdString(), row.reason);
-    }
-}
-
-TEST(PluginManager, CoreUnloadsInReverseOrderWhenItGoes)
+TEST(PluginManager, LoadsInDependencyOrderReportsFailuresAndUnloadsInReverse)
 {
     auto journal = std::make_shared<QStringList>();
     {
         Core core;
         core.registerObject(journal);
-        loadTestPlugins(core);
+        const Loaded result = loadTestPlugins(core);
+
+        // beta's file comes first in the folder but needs alpha.
+        EXPECT_EQ(result.loaded, (QStringList{"alpha", "beta"}));
+        EXPECT_EQ(*journal, (QStringList{"load alpha", "load beta"}));
+        // beta found the service that alpha registered, in the process's core.
+        QObject* offered = core.findService(nullptr, QStringLiteral("tessera::test::OfferedService"));
+        ASSERT_NE(offered, nullptr);
+        EXPECT_EQ(offered->property("usedBy").toString(), QStringLiteral("beta"));
+
+        const struct {
+            const char* name;
+            const char* reason;
+        } expected[] = {
+            {"absent", "file not found"},
+            {"gamma", "missing dependency nosuch"},
+            {"delta", "dependency gamma is not loaded (missing dependency nosuch)"},
+            {"epsilon", "needs alpha 2.0 or a later 2.x, found version 1.2.0"},
+            {"omega", "built for plug-in interface org.tessera.Plugin/0.9, this host offers org.tessera.Plugin/1.0"},
+            {"faulty", "no licence for this seat"},
+        };
+        ASSERT_EQ(result.failures.size(), int(std::size(expected)));
+        for (const auto& row : expected) {
+            SCOPED_TRACE(row.name);
+            const auto it = std::find_if(result.failures.begin(), result.failures.end(),
+                                         [&](const PluginInfo& p) { return p.name == QLatin1String(row.name); });
+            ASSERT_NE(it, result.failures.end());
+            EXPECT_FALSE(it->loaded);
+            EXPECT_EQ(it->error.toStdString(), row.reason);
+        }
     }
+    // The core unloads its plug-ins when it goes, in reverse order.
     EXPECT_EQ(*journal, (QStringList{"load alpha", "load beta", "unload beta", "unload alpha"}));
 }
 

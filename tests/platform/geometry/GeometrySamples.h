@@ -60,19 +60,21 @@ inline std::vector<GeometryPtr> allSamples()
     return all;
 }
 
-// Same kind and same coordinates, exactly (coordinate systems not compared):
-// the archive form holds every coordinate and parameter of every kind.
+// The archive form of a geometry: every coordinate and parameter of every kind.
+inline QByteArray archived(const Geometry& g)
+{
+    QByteArray out;
+    QDataStream stream(&out, QIODevice::WriteOnly);
+    serialization::BinaryOutputArchive archive(stream);
+    serialization::TrackingOutputArchive tracking(archive);
+    tracking.saveSerializable(g);
+    return out;
+}
+
+// Same kind and same coordinates, exactly (coordinate systems not compared).
 inline bool sameGeometry(const Geometry& a, const Geometry& b)
 {
-    auto bytes = [](const Geometry& g) {
-        QByteArray out;
-        QDataStream stream(&out, QIODevice::WriteOnly);
-        serialization::BinaryOutputArchive archive(stream);
-        serialization::TrackingOutputArchive tracking(archive);
-        tracking.saveSerializable(g);
-        return out;
-    };
-    return a.type() == b.type() && bytes(a) == bytes(b);
+    return a.type() == b.type() && archived(a) == archived(b);
 }
 
 } // namespace tessera::geometry::test

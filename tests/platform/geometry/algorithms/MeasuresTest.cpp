@@ -44,13 +44,6 @@ void expectRows(const std::vector<Row>& rows)
     }
 }
 
-ConstGeometryPtr polygon(QVector<Ring> rings, CoordSystemPtr cs = {})
-{
-    auto p = std::make_shared<Polygon>(std::move(rings));
-    p->setCoordSystem(std::move(cs));
-    return p;
-}
-
 } // namespace
 
 TEST(Measures, PlanarShapesInSeveralUnits)

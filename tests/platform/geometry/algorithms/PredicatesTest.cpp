@@ -12,17 +12,15 @@ using namespace tessera::geometry::testing;
 namespace {
 
 // The donut: a 10 x 10 square with a 6 x 6 hole in the middle.
-ConstGeometryPtr donut(CoordSystemPtr cs = {})
+ConstGeometryPtr donut()
 {
-    auto p = std::make_shared<Polygon>(QVector<Ring>{box(0, 0, 10, 10), box(2, 2, 8, 8)});
-    p->setCoordSystem(std::move(cs));
-    return p;
+    return polygon({box(0, 0, 10, 10), box(2, 2, 8, 8)});
 }
 
 // A U: concave, its centroid lies outside it.
 ConstGeometryPtr uShape()
 {
-    return std::make_shared<Polygon>(QVector<Ring>{{{0, 0}, {6, 0}, {6, 6}, {5, 6}, {5, 1}, {1, 1}, {1, 6}, {0, 6}, {0, 0}}});
+    return polygon({{{0, 0}, {6, 0}, {6, 6}, {5, 6}, {5, 1}, {1, 1}, {1, 6}, {0, 6}, {0, 0}}});
 }
 
 ConstGeometryPtr fitted(const ConstGeometryPtr& g, const CoordSystemPtr& cs)

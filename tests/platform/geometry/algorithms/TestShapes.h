@@ -14,11 +14,16 @@ inline Ring box(double x0, double y0, double x1, double y1)
     return {{x0, y0}, {x1, y0}, {x1, y1}, {x0, y1}, {x0, y0}};
 }
 
-inline ConstGeometryPtr square(double x0, double y0, double x1, double y1, CoordSystemPtr cs = {})
+inline ConstGeometryPtr polygon(QVector<Ring> rings, CoordSystemPtr cs = {})
 {
-    auto p = std::make_shared<Polygon>(QVector<Ring>{box(x0, y0, x1, y1)});
+    auto p = std::make_shared<Polygon>(std::move(rings));
     p->setCoordSystem(std::move(cs));
     return p;
+}
+
+inline ConstGeometryPtr square(double x0, double y0, double x1, double y1, CoordSystemPtr cs = {})
+{
+    return polygon({box(x0, y0, x1, y1)}, std::move(cs));
 }
 
 inline ConstGeometryPtr point(double x, double y, CoordSystemPtr cs = {})
