@@ -1,7 +1,7 @@
 #pragma once
 // The per-engine store of what SQL functions and virtual tables must not
 // rebuild for every row: decoded geometries (17 shards keyed by blob bytes),
-// coordinate systems by EPSG code and by serialised bytes, the dense numbering
+// coordinate systems by EPSG code and by serialised bytes, the (bounded) numbering
 // of feature identifiers, compiled regular expressions, style caches and the
 // registered resemblance extensions. Every SQL callback of the engine gets it
 // as its user data.
