@@ -85,12 +85,6 @@ void FeatureIdNumbering::setLimit(std::size_t limit)
     }
 }
 
-std::size_t FeatureIdNumbering::limit() const
-{
-    QReadLocker locker(&lock);
-    return half * 2;
-}
-
 std::size_t FeatureIdNumbering::size() const
 {
     QReadLocker locker(&lock);

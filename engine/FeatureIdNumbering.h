@@ -35,7 +35,6 @@ public:
 
     // At least 2; applies at once (generations over the new half are turned).
     void setLimit(std::size_t limit);
-    std::size_t limit() const;
     // Ids kept, over both generations.
     std::size_t size() const;
     std::uint64_t epoch() const { return turns.load(std::memory_order_acquire); }
