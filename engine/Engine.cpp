@@ -5,6 +5,7 @@
 #include "engine/functions/MatchingFunctions.h"
 #include "engine/indices/EngineIndicesFactory.h"
 #include "engine/indices/EngineIndicesSetup.h"
+#include "engine/translation/SpatiaLiteFunctions.h"
 #include "engine/translation/SqliteStringBuilder.h"
 #include "engine/translation/TranslationEntry.h"
 #include "platform/core/Core.h"
@@ -95,7 +96,7 @@ void Engine::Internal::prepareConnection()
         spatialiteCache = spatialite_alloc_connection();
         if (!spatialiteCache)
             throw std::runtime_error("spatialite_alloc_connection");
-        spatialite_init_ex(db, spatialiteCache, 0);
+        engine::initSpatiaLite(db, spatialiteCache);
     } catch (...) {
         if (spatialiteCache)
             spatialite_cleanup_ex(spatialiteCache);

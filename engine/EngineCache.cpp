@@ -6,7 +6,6 @@
 #include "platform/cs/CoordSystemArchive.h"
 #include "platform/geometry/GeometryFactory.h"
 #include "platform/serialization/Archive.h"
-#include "platform/utils/Compare.h"
 
 #include <QDataStream>
 #include <QtEndian>
@@ -21,11 +20,6 @@ EngineCache::EngineCache()
     setLimits(cacheLimits);
 }
 EngineCache::~EngineCache() = default;
-
-bool EngineCache::FeatureIdLess::operator()(const dp::FeatureId& a, const dp::FeatureId& b) const
-{
-    return utils::compare(a.toVariant(), b.toVariant()) < 0;
-}
 
 // --- geometries ---------------------------------------------------------------
 
@@ -119,6 +113,7 @@ void EngineCache::setLimits(const EngineCacheLimits& limits)
     const std::size_t bytesPerShard = (limits.geometryBytes + shardCount - 1) / shardCount;
     for (auto& shard : shards)
         shard.setLimits(perShard, bytesPerShard);
+    featureIds.setLimit(limits.featureIds);
     QWriteLocker locker(&blobLock);
     cacheLimits = limits;
     if (coordSysByBlob.size() > limits.coordSystems)
@@ -209,39 +204,22 @@ void EngineCache::save(const QByteArray& serialised, const std::shared_ptr<cs::C
 
 std::int64_t EngineCache::assignIdToInt(const dp::FeatureId& id)
 {
-    {
-        QReadLocker locker(&idLock);
-        if (auto it = intByFeatureId.find(id); it != intByFeatureId.end())
-            return it->second;
-    }
-    QWriteLocker locker(&idLock);
-    auto it = intByFeatureId.find(id);
-    if (it != intByFeatureId.end())
-        return it->second;
-    const auto n = static_cast<std::int64_t>(intByFeatureId.size());
-    it = intByFeatureId.emplace(id, n).first;
-    featureIdByInt.emplace(n, it);
-    return n;
+    return featureIds.assign(id);
 }
 
 std::int64_t EngineCache::idToInt(const dp::FeatureId& id, std::int64_t defaultValue)
 {
-    QReadLocker locker(&idLock);
-    auto it = intByFeatureId.find(id);
-    return it == intByFeatureId.end() ? defaultValue : it->second;
+    return featureIds.number(id, defaultValue);
 }
 
 dp::FeatureId EngineCache::intToId(std::int64_t n)
 {
-    QReadLocker locker(&idLock);
-    auto it = featureIdByInt.find(n);
-    return it == featureIdByInt.end() ? dp::FeatureId() : it->second->first;
+    return featureIds.id(n);
 }
 
 std::int64_t EngineCache::idLimit()
 {
-    QReadLocker locker(&idLock);
-    return static_cast<std::int64_t>(intByFeatureId.size());
+    return featureIds.next();
 }
 
 // --- the rest -------------------------------------------------------------------------

@@ -1,12 +1,13 @@
 #pragma once
 // The per-engine store of what SQL functions and virtual tables must not
 // rebuild for every row: decoded geometries (17 shards keyed by blob bytes),
-// coordinate systems by EPSG code and by serialised bytes, the dense numbering
+// coordinate systems by EPSG code and by serialised bytes, the (bounded) numbering
 // of feature identifiers, compiled regular expressions, style caches and the
 // registered resemblance extensions. Every SQL callback of the engine gets it
 // as its user data.
 
 #include "engine/EngineExport.h"
+#include "engine/FeatureIdNumbering.h"
 #include "engine/geometry/EngineGeometry.h"
 #include "engine/geometry/EngineGeometryMap.h"
 #include "platform/dp/FeatureId.h"
@@ -52,6 +53,7 @@ struct TESSERA_ENGINE_EXPORT EngineCacheLimits {
     std::size_t geometries = 65536;                // decoded geometries, over all shards
     std::size_t geometryBytes = std::size_t(256) << 20;   // their blob bytes, over all shards
     std::size_t coordSystems = 4096;               // coordinate systems by stored bytes
+    std::size_t featureIds = std::size_t(1) << 21; // numbered feature ids (FeatureIdNumbering)
 };
 // Compiled regular expressions: 1024, least recently used first out (regexCache).
 // Coordinate systems by EPSG code: one per code in use, bounded by the codes PROJ knows.
@@ -89,11 +91,15 @@ public:
     void save(int epsg, const std::shared_ptr<cs::CoordSystem>& coordSystem);
     void save(const QByteArray& serialised, const std::shared_ptr<cs::CoordSystem>& coordSystem);
 
-    // Feature identifiers <-> dense row ids 0, 1, 2, ...
+    // Feature identifiers <-> row ids 0, 1, 2, ... (see FeatureIdNumbering:
+    // ids unused for long are forgotten, and intToId then answers invalid).
     std::int64_t assignIdToInt(const dp::FeatureId& id);
     std::int64_t idToInt(const dp::FeatureId& id, std::int64_t defaultValue);
     dp::FeatureId intToId(std::int64_t n);
     std::int64_t idLimit();
+    // Moves when ids are forgotten: row ids kept since may name nothing.
+    std::uint64_t idEpoch() const { return featureIds.epoch(); }
+    std::size_t idCount() const { return featureIds.size(); }
 
     QRegularExpression regularExpression(const QString& pattern, QRegularExpression::PatternOptions options);
 
@@ -105,11 +111,6 @@ public:
     std::shared_ptr<const geometry::Geometry> resemblance(const std::shared_ptr<const geometry::Geometry>& g);
 
 private:
-    struct FeatureIdLess {
-        bool operator()(const dp::FeatureId& a, const dp::FeatureId& b) const;
-    };
-    using IdMap = std::map<dp::FeatureId, std::int64_t, FeatureIdLess>;
-
     std::shared_ptr<const geometry::Geometry> decodeSpatiaLite(const void* data, unsigned size);
     // Under the blob lock (write).
     std::shared_ptr<cs::CoordSystem> storeByBlob(const QByteArray& serialised, std::shared_ptr<cs::CoordSystem> coordSystem);
@@ -117,15 +118,13 @@ private:
     std::array<EngineGeometryMap, shardCount> shards;
     std::map<int, std::shared_ptr<cs::CoordSystem>> coordSysById;
     std::map<QByteArray, std::shared_ptr<cs::CoordSystem>> coordSysByBlob;
-    IdMap intByFeatureId;
-    std::map<std::int64_t, IdMap::const_iterator> featureIdByInt;
+    FeatureIdNumbering featureIds{EngineCacheLimits().featureIds};
     // Extensions may be registered while queries ask them (plug-ins load late).
     std::vector<geometry::ResemblanceExtension*> resemblanceExtensions;
     geometry::ResemblanceExtension::Setup resemblanceSetup{0.0};
     mutable QReadWriteLock extensionLock;
     QReadWriteLock epsgLock;
     mutable QReadWriteLock blobLock;
-    QReadWriteLock idLock;
     GaiaCache gaiaCache = GaiaCacheOnRequest;
     std::map<QString, std::shared_ptr<EngineStyleCache>> styleCaches;
     EngineCacheLimits cacheLimits;

@@ -13,6 +13,7 @@ namespace tessera::settings {
 inline const SettingKey<int> cacheGeometries{"EngineCache/Geometries", 65536};
 inline const SettingKey<int> cacheGeometryMegabytes{"EngineCache/GeometryMegabytes", 256};
 inline const SettingKey<int> cacheCoordSystems{"EngineCache/CoordSystems", 4096};
+inline const SettingKey<int> cacheFeatureIds{"EngineCache/FeatureIds", 1 << 21};
 } // namespace tessera::settings
 
 namespace tessera::engine {
@@ -25,6 +26,7 @@ inline EngineCacheLimits cacheLimits(const Settings& settings)
     limits.geometries = count(settings::cacheGeometries);
     limits.geometryBytes = count(settings::cacheGeometryMegabytes) << 20;
     limits.coordSystems = count(settings::cacheCoordSystems);
+    limits.featureIds = count(settings::cacheFeatureIds);
     return limits;
 }
 

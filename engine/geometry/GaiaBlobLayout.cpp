@@ -81,6 +81,27 @@ bool rings(Cursor& c, std::uint64_t vertexBytes)
     return true;
 }
 
+bool simple(std::uint32_t base)
+{
+    return base >= PointBase && base <= PolygonBase;
+}
+
+// The body of a point, line or polygon (the same in every format but for the
+// vertex size, which the caller reads from its header).
+bool simpleBody(Cursor& c, std::uint32_t base, std::uint64_t vertexBytes)
+{
+    switch (base) {
+    case PointBase:
+        return c.skip(vertexBytes);
+    case LineBase:
+        return points(c, vertexBytes);
+    case PolygonBase:
+        return rings(c, vertexBytes);
+    default:
+        return false;
+    }
+}
+
 // --- SpatiaLite blob ---------------------------------------------------------
 
 // Compressed lines keep their first and last vertex whole and store the
@@ -121,17 +142,8 @@ bool spatiaLiteBody(Cursor& c, std::uint32_t type, bool member)
     const std::uint32_t base = type % 1000;
     if (dims > 3)
         return false;
-    const std::uint64_t vertex = 8 * coordinates(dims);
-    switch (base) {
-    case PointBase:
-        return c.skip(vertex);
-    case LineBase:
-        return points(c, vertex);
-    case PolygonBase:
-        return rings(c, vertex);
-    default:
-        break;
-    }
+    if (simple(base))
+        return simpleBody(c, base, 8 * coordinates(dims));
     if (member || base < CollectionFirst || base > CollectionLast)
         return false;
     // Members: an entity mark, a type and a body, at least 9 bytes each.
@@ -173,17 +185,8 @@ bool wkbGeometry(Cursor& c, int depth)
         dims = type / 1000;
         type %= 1000;
     }
-    const std::uint64_t vertex = 8 * coordinates(dims);
-    switch (type) {
-    case PointBase:
-        return c.skip(vertex);
-    case LineBase:
-        return points(c, vertex);
-    case PolygonBase:
-        return rings(c, vertex);
-    default:
-        break;
-    }
+    if (simple(type))
+        return simpleBody(c, type, 8 * coordinates(dims));
     if (depth + 1 >= maxWkbDepth || type < CollectionFirst || type > CollectionLast)
         return false;
     std::uint32_t n = 0;
@@ -203,12 +206,9 @@ bool fgfGeometry(Cursor& c, bool member)
     std::uint32_t type = 0;
     if (!c.u32(type))
         return false;
-    if (type >= PointBase && type <= PolygonBase) {
+    if (simple(type)) {
         std::uint32_t dims = 0;
-        if (!c.u32(dims) || dims > 3)
-            return false;
-        const std::uint64_t vertex = 8 * coordinates(dims);
-        return type == PointBase ? c.skip(vertex) : type == LineBase ? points(c, vertex) : rings(c, vertex);
+        return c.u32(dims) && dims <= 3 && simpleBody(c, type, 8 * coordinates(dims));
     }
     if (member || type < CollectionFirst || type > CollectionLast)
         return false;

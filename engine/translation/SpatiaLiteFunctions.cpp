@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <memory>
+#include <mutex>
 #include <sqlite3.h>
 #include <spatialite.h>
 
@@ -34,7 +35,7 @@ std::set<std::wstring> findNames()
     const std::unique_ptr<void, SpatiaLiteCleanup> cache(spatialite_alloc_connection());
     if (!cache)
         return names;
-    spatialite_init_ex(db.get(), cache.get(), 0);
+    initSpatiaLite(db.get(), cache.get());
     sqlite3_stmt* rawStatement = nullptr;
     if (sqlite3_prepare_v2(db.get(), "Select name From pragma_function_list Where builtin = 0", -1, &rawStatement, nullptr) != SQLITE_OK)
         return names;
@@ -48,6 +49,13 @@ std::set<std::wstring> findNames()
 }
 
 } // namespace
+
+void initSpatiaLite(sqlite3* db, void* cache)
+{
+    static std::mutex settingUp;
+    const std::lock_guard<std::mutex> lock(settingUp);
+    spatialite_init_ex(db, cache, 0);
+}
 
 const std::set<std::wstring>& spatiaLiteFunctionNames()
 {

@@ -11,6 +11,7 @@
 #include <QMutex>
 #include <QReadWriteLock>
 #include <QStringList>
+#include <atomic>
 #include <unordered_map>
 
 namespace tessera::modules {
@@ -27,6 +28,7 @@ struct AdaptedTable::Private {
     std::shared_ptr<const Snapshot> snapshot;
     QMutex buildMutex;   // one thread builds the R-tree, the others wait for it
     QMetaObject::Connection changed;
+    std::atomic<std::uint64_t> idEpoch{0};   // the cache's, when the rows above were numbered
 
     void forgetAll()
     {
@@ -36,6 +38,14 @@ struct AdaptedTable::Private {
         geometries.clear();
         snapshot.reset();
     }
+
+    // The engine cache forgot feature ids: rows kept above may name none.
+    void followIds()
+    {
+        const std::uint64_t now = cache->idEpoch();
+        if (idEpoch.exchange(now) != now)
+            forgetAll();
+    }
 };
 
 AdaptedTable::AdaptedTable(std::shared_ptr<dp::Table> table, engine::EngineCache* cache)
@@ -44,6 +54,7 @@ AdaptedTable::AdaptedTable(std::shared_ptr<dp::Table> table, engine::EngineCache
     d->schema = table->schema();
     d->table = std::move(table);
     d->cache = cache;
+    d->idEpoch = cache->idEpoch();
     for (int i = 0; i < d->schema.count(); ++i)
         if (engine::isGeometry(d->schema.attribute(i))) {
             d->geometryAttribute = i;
@@ -135,6 +146,7 @@ QByteArray AdaptedTable::geometryBlob(std::int64_t row, const dp::Feature* featu
 {
     if (d->geometryAttribute < 0)
         return QByteArray();
+    d->followIds();
     {
         QReadLocker locker(&d->lock);
         const auto it = d->blobs.find(row);
@@ -195,6 +207,7 @@ bool sameCoordSystem(const std::shared_ptr<cs::CoordSystem>& a, const std::share
 
 std::shared_ptr<const AdaptedTable::Snapshot> AdaptedTable::snapshot()
 {
+    d->followIds();
     {
         QReadLocker locker(&d->lock);
         if (d->snapshot)

@@ -20,6 +20,7 @@
 #include <exception>
 #include <limits>
 #include <optional>
+#include <stdexcept>
 #include <sqlite3.h>
 
 namespace tessera::modules {
@@ -43,6 +44,7 @@ struct AdapterCursor : sqlite3_vtab_cursor {
     // Either a list of rows (rowid look-ups, R-tree candidates) ...
     bool listed = false;
     bool checkRows = false;   // skip listed rows that do not exist
+    bool ownRows = false;     // listed by the adapter itself, not asked for by rowid
     std::vector<std::int64_t> rows;
     std::size_t position = 0;
     // ... or a pass over the table's (possibly filtered) features ...
@@ -629,6 +631,13 @@ void listCountedRows(AdapterCursor* c, AdaptedTable& adapted)
     c->row = c->rows[c->position - 1];
 }
 
+// Whether every row still names a feature id (the engine cache forgets ids
+// unused for long); asking also keeps them.
+bool known(const std::vector<std::int64_t>& rows, engine::EngineCache& cache)
+{
+    return std::all_of(rows.begin(), rows.end(), [&](std::int64_t row) { return cache.intToId(row).isValid(); });
+}
+
 void advance(AdapterCursor* c, AdaptedTable& adapted)
 {
     c->current.reset();
@@ -642,6 +651,11 @@ void advance(AdapterCursor* c, AdaptedTable& adapted)
     if (c->listed) {
         while (c->position < c->rows.size()) {
             c->row = c->rows[c->position++];
+            // Rows listed at the start were all known then: one forgotten
+            // since means the statement reads more rows than the bound.
+            if (c->ownRows && !adapted.cache()->intToId(c->row).isValid())
+                throw std::runtime_error("row ids were forgotten while the statement ran: "
+                                         "the setting EngineCache/FeatureIds is below the rows it reads");
             if (!c->checkRows)
                 return;
             c->current = adapted.feature(c->row);
@@ -668,6 +682,7 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
     c->table = adapted.table();
     c->listed = false;
     c->checkRows = false;
+    c->ownRows = false;
     c->rows.clear();
     c->position = 0;
     c->scan.reset();
@@ -701,8 +716,9 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
             const int size = sqlite3_value_bytes(argv[0]);
             const auto other = adapted.geometryOf(data, size);
             c->listed = true;
+            c->ownRows = true;
             // No geometry: the predicate is NULL for every row.
-            if (other && !adapted.candidates(*other, predicate.relation, c->rows)) {
+            if (other && (!adapted.candidates(*other, predicate.relation, c->rows) || !known(c->rows, *adapted.cache()))) {
                 // Boxes cannot tell: every row, within the rowid bounds.
                 c->rows.clear();
                 auto all = c->table->features();
@@ -737,10 +753,14 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
             break;
         }
         case AttributeIndex:
-            if (indexedRows(*static_cast<AdapterTable*>(cursor->pVtab), idxStr, argc, argv, c->rows)) {
-                c->listed = c->checkRows = true;
+            // SQLite tests the conditions again: a pass serves when the
+            // index holds forgotten rows.
+            if (indexedRows(*static_cast<AdapterTable*>(cursor->pVtab), idxStr, argc, argv, c->rows)
+                && known(c->rows, *adapted.cache())) {
+                c->listed = c->checkRows = c->ownRows = true;
                 break;
             }
+            c->rows.clear();
             c->scan = c->table->features();
             break;
         case CountRows:
@@ -750,9 +770,11 @@ int filter(sqlite3_vtab_cursor* cursor, int idxNum, const char* idxStr, int argc
                 c->scan = c->table->features();
             break;
         case GeometryScan:
-            c->listed = true;
-            if (adapted.allRows(c->rows))
+            c->listed = c->ownRows = true;
+            if (adapted.allRows(c->rows) && known(c->rows, *adapted.cache()))
                 break;
+            c->ownRows = false;
+            c->rows.clear();
             c->listed = false;
             c->scan = c->table->features();
             break;

@@ -8,6 +8,7 @@
 #include "engine/Engine.h"
 #include "engine/EngineCache.h"
 #include "engine/functions/MatchingFunctions.h"
+#include "engine/translation/SpatiaLiteFunctions.h"
 #include "modules/functions/FunctionModule.h"
 #include "platform/core/Core.h"
 
@@ -91,7 +92,7 @@ struct OwnConnection {
     {
         sqlite3_open(":memory:", &db);
         spatialite = spatialite_alloc_connection();
-        spatialite_init_ex(db, spatialite, 0);
+        engine::initSpatiaLite(db, spatialite);
         sqlite3_create_collation(db, "Locale", SQLITE_UTF16, &collator, localeCollation);
         char* message = nullptr;
         EXPECT_EQ(modules::initFunctionModule(db, &message, core, cache), SQLITE_OK);
