@@ -14,7 +14,7 @@
 #include "platform/geometry/Geometry.h"
 #include "platform/geometry/ResemblanceExtension.h"
 
-#include "TestApplication.h"
+#include "tests/support/EngineApplication.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #include "engine/SchemaColumns.h"
 
-#include "engine/EngineCache.h"
+#include "tests/support/EngineTestCache.h"
 #include "engine/functions/ValueConversions.h"
 #include "platform/core/QDecNumber.h"
 #include "platform/cs/CoordSystem.h"
@@ -19,10 +19,7 @@ namespace {
 
 using dp::AttributeDefinitionPtr;
 
-class TestCache final : public EngineCache {
-public:
-    std::shared_ptr<cs::CoordSystem> tableCoordSystem(const QString&) const override { return {}; }
-};
+using test::TestCache;
 
 AttributeDefinitionPtr geometry(const QString& name, std::shared_ptr<cs::CoordSystem> cs = {})
 {

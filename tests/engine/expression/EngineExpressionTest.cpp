@@ -10,7 +10,7 @@
 #include "platform/dp/RenditionAttributeDefinition.h"
 #include "platform/dp/SimpleAttributeDefinition.h"
 #include "platform/geometry/Geometry.h"
-#include "tests/engine/TestApplication.h"
+#include "tests/support/EngineApplication.h"
 
 #include <QDate>
 #include <QPoint>

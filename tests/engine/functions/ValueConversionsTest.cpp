@@ -4,7 +4,7 @@
 #include "platform/dp/GeometryAttributeDefinition.h"
 #include "platform/dp/RenditionAttributeDefinition.h"
 #include "platform/dp/SimpleAttributeDefinition.h"
-#include "tests/engine/TestApplication.h"
+#include "tests/support/EngineApplication.h"
 
 #include <QSqlDatabase>
 #include <QSqlQuery>

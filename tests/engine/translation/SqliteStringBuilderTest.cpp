@@ -2,7 +2,7 @@
 // the text run against real tables where it needs none of the engine's SQL
 // functions.
 
-#include "TranslationFixture.h"
+#include "tests/support/SqlTableFixture.h"
 
 #include "platform/dp/MemoryTable.h"
 #include "platform/dp/Selection.h"
@@ -14,7 +14,7 @@
 
 using namespace tessera;
 using namespace tessera::engine;
-using namespace tessera::engine::test;
+using namespace tessera::test;
 
 namespace {
 
@@ -33,11 +33,11 @@ std::vector<std::string> generatedAliases(const std::string& sql)
 
 } // namespace
 
-class SqliteStringBuilderTest : public TranslationFixture {
+class SqliteStringBuilderTest : public SqlTableFixture {
 protected:
     void SetUp() override
     {
-        TranslationFixture::SetUp();
+        SqlTableFixture::SetUp();
         // Row ids 0..4 for the features f0..f4, so f1 and f3 are rows 1 and 3.
         for (int i = 0; i < 5; ++i)
             cache.assignIdToInt(dp::FeatureId(QStringLiteral("f%1").arg(i)));

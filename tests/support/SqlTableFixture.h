@@ -3,9 +3,9 @@
 // geometry and style columns and the "Locale" collation, a parse runtime, an
 // engine cache and helpers that translate and run dialect texts.
 
-#include "../TestApplication.h"
+#include "tests/support/EngineApplication.h"
 
-#include "engine/EngineCache.h"
+#include "tests/support/EngineTestCache.h"
 #include "engine/translation/SqliteStringBuilder.h"
 #include "platform/sql/SqlStrings.h"
 #include "engine/translation/TranslationEntry.h"
@@ -26,7 +26,10 @@
 #include <string>
 #include <vector>
 
-namespace tessera::engine::test {
+namespace tessera::test {
+
+using engine::SqliteStringBuilder;
+using engine::translateQuery;
 
 inline std::string utf8(const std::wstring& text)
 {
@@ -41,12 +44,7 @@ inline std::wstring wide(const std::string& text)
 inline const std::string geo = "cd750f8a9a2b4fac9b9b05eb53795d97";
 inline const std::string sty = "d39f65c319974aa198a899a89b1240c7";
 
-class TestCache : public EngineCache {
-public:
-    std::shared_ptr<cs::CoordSystem> tableCoordSystem(const QString&) const override { return {}; }
-};
-
-class TranslationFixture : public ::testing::Test {
+class SqlTableFixture : public ::testing::Test {
 protected:
     void SetUp() override
     {
@@ -141,4 +139,4 @@ private:
     }
 };
 
-} // namespace tessera::engine::test
+} // namespace tessera::test

@@ -1,6 +1,7 @@
 #pragma once
 // An engine cache without an engine: table coordinate systems come from a
-// plain map, and SpatiaLite blobs are made with the gaia API.
+// plain map filled by the test, looked up in any case as the engine does.
+// SpatiaLite blobs for it are made with the gaia API.
 
 #include "engine/EngineCache.h"
 #include "engine/geometry/GaiaDecoding.h"
@@ -10,15 +11,23 @@
 #include <QString>
 #include <cstdlib>
 #include <map>
+#include <memory>
 
 namespace tessera::test {
 
 class TestCache final : public engine::EngineCache {
 public:
-    std::shared_ptr<cs::CoordSystem> tableCoordSystem(const QString& table) const override {
-        auto it = tables.find(table);
+    std::shared_ptr<cs::CoordSystem> tableCoordSystem(const QString& table) const override
+    {
+        const auto it = tables.find(table.toLower());
         return it == tables.end() ? nullptr : it->second;
     }
+    void setTable(const QString& table, std::shared_ptr<cs::CoordSystem> coordSystem)
+    {
+        tables[table.toLower()] = std::move(coordSystem);
+    }
+
+private:
     std::map<QString, std::shared_ptr<cs::CoordSystem>> tables;
 };
 
