@@ -76,23 +76,13 @@ TEST_P(MatchingFunctions, RegularOnLoneSurrogate)
     });
 }
 
-TEST_P(MatchingFunctions, NeverGivesUp)
+// Patterns on which a backtracking matcher gives up are WildcardPattern's
+// concern. Here: the text ends at an embedded NUL, malformed UTF-8 is read as
+// SQLite reads it, and patterns are bounded as SQLite bounds its own.
+TEST_P(MatchingFunctions, TextsAndPatternLimits)
 {
-    const auto repeated = [](const std::string& text, int count) {
-        std::string result;
-        for (int i = 0; i < count; ++i)
-            result += text;
-        return result;
-    };
-    const std::string as = repeated("a", 194), runs = repeated("%é", 18);
     db.expectAll({
-        {"glob('*a*a*a*a*b*c', 'aaaab" + as + "c')", "1"}, {"glob('*a*a*a*a*b*c', 'aaaabc" + as + "')", "0"},
-    });
-    db.expectAll({
-        {"like('" + runs + "', '" + repeated("é", 17) + repeated("x", 100) + "É')", "1"},
-        {"like('ab', 'ab' || char(0) || 'c')", "1"},
-        {"glob('ab*', CAST(x'61628063' AS TEXT))", "1"}, // malformed UTF-8
-        // Patterns are bounded as SQLite bounds its own.
+        {"like('ab', 'ab' || char(0) || 'c')", "1"}, {"glob('ab*', CAST(x'61628063' AS TEXT))", "1"},
     });
     sqlite3_limit(db.handle(), SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 10);
     db.expectAll({

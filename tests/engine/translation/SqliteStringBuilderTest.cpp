@@ -398,6 +398,26 @@ TEST_F(SqliteStringBuilderTest, rownumFollowsTheQueryOrder)
     EXPECT_EQ(translate("Select a From t Order By 1 Desc"), "Select a From t Order By 1 Desc");
 }
 
+// rownum counts the rows in the order of the sort, whichever item of the
+// select list the ordering names, the last one included.
+TEST_F(SqliteStringBuilderTest, rownumCountsInTheOrderOfTheSort)
+{
+    const struct {
+        const char* name;
+        const char* text;
+        Rows expected;
+    } cases[] = {
+        // Binary order: capitals first.
+        {"last of two positions", "Select rownum, name From t Order By 2", {"1|Alpha", "2|Gamma", "3|beta", "4|delta"}},
+        {"last of two, descending", "Select rownum, name From t Order By 2 Desc",
+         {"1|delta", "2|beta", "3|Gamma", "4|Alpha"}},
+        {"first of two", "Select name, rownum From t Order By 1 Desc", {"delta|1", "beta|2", "Gamma|3", "Alpha|4"}},
+        {"alias of the last", "Select rownum, b As x From t Order By x", {"1|w", "2|x", "3|y", "4|z"}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(rows(translate(c.text)), c.expected) << c.name;
+}
+
 TEST_F(SqliteStringBuilderTest, orderingByRownumIsAnError)
 {
     SqliteStringBuilder builder = makeBuilder();
