@@ -11,6 +11,7 @@
 #include <QString>
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <ostream>
 #include <sqlite3.h>

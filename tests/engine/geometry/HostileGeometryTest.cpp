@@ -19,16 +19,6 @@ namespace {
 
 using namespace tessera::test;
 
-QByteArray blobOf(sqlite3* db, const std::string& sql)
-{
-    sqlite3_stmt* stmt = nullptr;
-    QByteArray bytes;
-    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK && sqlite3_step(stmt) == SQLITE_ROW)
-        bytes = QByteArray(static_cast<const char*>(sqlite3_column_blob(stmt, 0)), sqlite3_column_bytes(stmt, 0));
-    sqlite3_finalize(stmt);
-    return bytes;
-}
-
 const unsigned char* bytesOf(const QByteArray& b)
 {
     return reinterpret_cast<const unsigned char*>(b.constData());
@@ -115,7 +105,7 @@ TEST(HostileGeometry, LayoutChecksAcceptWhatSpatiaLiteWrites)
             std::string text = form.sql;
             text.replace(text.find("%s"), 2, shape);
             SCOPED_TRACE(text);
-            const QByteArray bytes = blobOf(sql.handle(), text);
+            const QByteArray bytes = sql.query(text).blob;
             if (bytes.isEmpty())
                 continue;   // a form SpatiaLite does not write for this kind (FGF has no collections)
             EXPECT_TRUE(form.fits(bytesOf(bytes), bytes.size()));
