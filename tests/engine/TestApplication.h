@@ -1,4 +1,4 @@
 #pragma once
 // Moved to tests/support; kept for the tests outside tests/engine that still
 // include it here.
-#include "tests/support/EngineApplication.h"
+#include "../support/EngineApplication.h"
