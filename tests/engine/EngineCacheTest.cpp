@@ -4,7 +4,7 @@
 #include "platform/cs/CoordSystemArchive.h"
 #include "platform/geometry/Geometry.h"
 
-#include "TestCache.h"
+#include "tests/support/EngineTestCache.h"
 
 #include <QDataStream>
 #include <QIODevice>
@@ -270,7 +270,7 @@ TEST(EngineCache, StyleCachesRegularExpressionsAndTableLookup)
     EXPECT_FALSE(cache.regularExpression(QStringLiteral("^a.c$"), QRegularExpression::NoPatternOption).match(QStringLiteral("AbC")).hasMatch());
     EXPECT_FALSE(cache.regularExpression(QStringLiteral("(unclosed"), QRegularExpression::NoPatternOption).isValid());
 
-    cache.tables[QStringLiteral("roads")] = cache.get(3857);
+    cache.setTable(QStringLiteral("roads"), cache.get(3857));
     const EngineCache& base = cache;
     EXPECT_EQ(base.tableCoordSystem(QStringLiteral("roads")), cache.get(3857));
 }

@@ -12,7 +12,7 @@
 #include "modules/functions/FunctionModule.h"
 #include "platform/core/Core.h"
 
-#include "TestApplication.h"
+#include "tests/support/EngineApplication.h"
 
 #include <QElapsedTimer>
 #include <QSqlDriver>

@@ -14,7 +14,7 @@
 #include "platform/geometry/Geometry.h"
 #include "platform/geometry/ResemblanceExtension.h"
 
-#include "TestApplication.h"
+#include "tests/support/EngineFixture.h"
 
 #include <QElapsedTimer>
 #include <QFileInfo>
@@ -36,26 +36,6 @@ sqlite3* handleOf(const QSqlDatabase& db)
 {
     const QVariant v = db.driver()->handle();
     return *static_cast<sqlite3* const*>(v.constData());
-}
-
-QVariant scalar(const QSqlDatabase& db, const QString& sql)
-{
-    QSqlQuery query(db);
-    if (!query.exec(sql) || !query.next()) {
-        ADD_FAILURE() << sql.toStdString() << ": " << query.lastError().text().toStdString();
-        return {};
-    }
-    return query.value(0);
-}
-
-QStringList column(const QSqlDatabase& db, const QString& sql)
-{
-    QStringList values;
-    QSqlQuery query(db);
-    EXPECT_TRUE(query.exec(sql)) << query.lastError().text().toStdString();
-    while (query.next())
-        values << query.value(0).toString();
-    return values;
 }
 
 class Answering final : public geometry::ResemblanceExtension {
@@ -102,7 +82,7 @@ TEST(Engine, LoadUnloadLifecycle)
     EXPECT_EQ(db.driverName(), QStringLiteral("QTSQLITE"));
     EXPECT_EQ(db.databaseName(), QStringLiteral(":memory:"));
     ASSERT_TRUE(db.isOpen());
-    EXPECT_FALSE(scalar(db, QStringLiteral("Select spatialite_version()")).toString().isEmpty());
+    EXPECT_FALSE(test::scalar(db, QStringLiteral("Select spatialite_version()")).toString().isEmpty());
     EXPECT_EQ(engine->cache()->useGaiaCache(), engine::GaiaCacheNever);
 
     Engine::unload(&core);
@@ -122,21 +102,7 @@ TEST(Engine, LoadUnloadLifecycle)
     engine->cancelQuery();   // no connection: nothing to interrupt
 }
 
-// Every test below has an engine of its own: the engine lives as long as its Core.
-class EngineFixture : public ::testing::Test {
-protected:
-    void SetUp() override {
-        engine = Engine::load(&core);
-        ASSERT_NE(engine, nullptr);
-        db = engine->engineDatabase();
-        ASSERT_TRUE(db.isOpen());
-    }
-    Core core;
-    Engine* engine = nullptr;
-    QSqlDatabase db;
-};
-
-using EngineDatabase = EngineFixture;
+using EngineDatabase = test::EngineFixture;
 
 TEST(EngineCollation, LocaleCollationIgnoresCaseAndFollowsTheLocale)
 {
@@ -146,25 +112,25 @@ TEST(EngineCollation, LocaleCollationIgnoresCaseAndFollowsTheLocale)
         Core core;
         Engine* engine = Engine::load(&core);
         const QSqlDatabase db = engine->engineDatabase();
-        EXPECT_EQ(scalar(db, QStringLiteral("Select 'abc' = 'ABC' Collate Locale")).toInt(), 1);
-        EXPECT_EQ(scalar(db, QStringLiteral("Select 'abc' = 'ABC'")).toInt(), 0);
-        EXPECT_EQ(scalar(db, QStringLiteral("Select 'ёлка' = 'ЁЛКА' Collate Locale")).toInt(), 1);
-        EXPECT_EQ(scalar(db, QStringLiteral("Select 'Жук' = 'жук' Collate Locale")).toInt(), 1);
-        EXPECT_EQ(scalar(db, QStringLiteral("Select 'abc' = 'abd' Collate Locale")).toInt(), 0);
+        EXPECT_EQ(test::scalar(db, QStringLiteral("Select 'abc' = 'ABC' Collate Locale")).toInt(), 1);
+        EXPECT_EQ(test::scalar(db, QStringLiteral("Select 'abc' = 'ABC'")).toInt(), 0);
+        EXPECT_EQ(test::scalar(db, QStringLiteral("Select 'ёлка' = 'ЁЛКА' Collate Locale")).toInt(), 1);
+        EXPECT_EQ(test::scalar(db, QStringLiteral("Select 'Жук' = 'жук' Collate Locale")).toInt(), 1);
+        EXPECT_EQ(test::scalar(db, QStringLiteral("Select 'abc' = 'abd' Collate Locale")).toInt(), 0);
 
         QSqlQuery query(db);
         ASSERT_TRUE(query.exec(QStringLiteral("Create Table words(w Text)")));
         ASSERT_TRUE(query.exec(QStringLiteral(
             "Insert Into words Values ('ж'), ('b'), ('Ё'), ('C'), ('е'), ('a'), ('Я'), ('д')")));
         // Code units would put upper case first and 'ё' (U+0451) after 'ж' and 'я'.
-        EXPECT_EQ(column(db, QStringLiteral("Select w From words Where unicode(w) < 128 Order By w Collate Locale")),
+        EXPECT_EQ(test::column(db, QStringLiteral("Select w From words Where unicode(w) < 128 Order By w Collate Locale")),
                   (QStringList{"a", "b", "C"}));
-        EXPECT_EQ(column(db, QStringLiteral("Select w From words Where unicode(w) >= 128 Order By w Collate Locale")),
+        EXPECT_EQ(test::column(db, QStringLiteral("Select w From words Where unicode(w) >= 128 Order By w Collate Locale")),
                   (QStringList{"д", "е", "Ё", "ж", "Я"}));
-        EXPECT_EQ(column(db, QStringLiteral("Select w From words Order By w")),
+        EXPECT_EQ(test::column(db, QStringLiteral("Select w From words Order By w")),
                   (QStringList{"C", "a", "b", "Ё", "Я", "д", "е", "ж"}));
         // The collation works on UTF-16 text whatever the database encoding.
-        EXPECT_EQ(scalar(db, QStringLiteral("Select Count(*) From words Where w = 'ё' Collate Locale")).toInt(), 1);
+        EXPECT_EQ(test::scalar(db, QStringLiteral("Select Count(*) From words Where w = 'ё' Collate Locale")).toInt(), 1);
     }
     QLocale::setDefault(previous);
 }
@@ -208,7 +174,7 @@ TEST_F(EngineDatabase, TableAdapterModules)
     EXPECT_EQ(initialisations, 1);
     EXPECT_EQ(seenCore, &core);
     EXPECT_EQ(seenCache, engine->cache());
-    EXPECT_EQ(scalar(db, QStringLiteral("Select adapter_answer()")).toInt(), 42);
+    EXPECT_EQ(test::scalar(db, QStringLiteral("Select adapter_answer()")).toInt(), 42);
 
     try {
         engine->loadTableAdapterModule(&core, failingAdapter);
@@ -237,7 +203,7 @@ TEST_F(EngineDatabase, DatabaseModuleWithBadPath)
         EXPECT_GT(e.message().size(), prefix.size()) << "SQLite says why";
     }
     // The connection is still fine.
-    EXPECT_EQ(scalar(db, QStringLiteral("Select 1 + 1")).toInt(), 2);
+    EXPECT_EQ(test::scalar(db, QStringLiteral("Select 1 + 1")).toInt(), 2);
 }
 
 TEST_F(EngineDatabase, CancelQueryInterruptsAStatementOnAnotherThread)
@@ -262,7 +228,7 @@ TEST_F(EngineDatabase, CancelQueryInterruptsAStatementOnAnotherThread)
     }
     runner.join();
     EXPECT_EQ(rc.load(), SQLITE_INTERRUPT);
-    EXPECT_EQ(scalar(db, QStringLiteral("Select 6 * 7")).toInt(), 42);
+    EXPECT_EQ(test::scalar(db, QStringLiteral("Select 6 * 7")).toInt(), 42);
 }
 
 TEST_F(EngineDatabase, SpatiaLiteBlobsDecodeThroughTheCache)
@@ -486,7 +452,7 @@ TEST_F(EngineDatabase, Translation)
 {
     // A translated text runs on the engine connection.
     const QString sql = engine->translate(QStringLiteral("Select 6 * 7 As answer"));
-    EXPECT_EQ(scalar(db, sql).toInt(), 42) << sql.toStdString();
+    EXPECT_EQ(test::scalar(db, sql).toInt(), 42) << sql.toStdString();
 
     // Text that does not parse is handed back unchanged.
     const QString broken = QStringLiteral("Select From Where ((");

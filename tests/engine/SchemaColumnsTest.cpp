@@ -1,6 +1,7 @@
 #include "engine/SchemaColumns.h"
 
-#include "engine/EngineCache.h"
+#include "tests/support/EngineTestCache.h"
+#include "tests/support/SqlHarness.h"
 #include "engine/functions/ValueConversions.h"
 #include "platform/core/QDecNumber.h"
 #include "platform/cs/CoordSystem.h"
@@ -19,10 +20,7 @@ namespace {
 
 using dp::AttributeDefinitionPtr;
 
-class TestCache final : public EngineCache {
-public:
-    std::shared_ptr<cs::CoordSystem> tableCoordSystem(const QString&) const override { return {}; }
-};
+using test::TestCache;
 
 AttributeDefinitionPtr geometry(const QString& name, std::shared_ptr<cs::CoordSystem> cs = {})
 {
@@ -140,41 +138,25 @@ TEST(SchemaColumns, TextsMakeAnSqliteTable)
     TestCache cache;
     const QString sql = QStringLiteral("Create Table t (%1);").arg(columns(schema, &cache, '"').join(QStringLiteral(", ")));
 
-    sqlite3* db = nullptr;
-    ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+    test::SqlHarness db;
     int localeCalls = 0;
-    sqlite3_create_collation(db, "Locale", SQLITE_UTF16, &localeCalls,
+    sqlite3_create_collation(db.handle(), "Locale", SQLITE_UTF16, &localeCalls,
                              [](void* calls, int n1, const void* a, int n2, const void* b) {
                                  ++*static_cast<int*>(calls);
                                  const QString x(static_cast<const QChar*>(a), n1 / 2);
                                  const QString y(static_cast<const QChar*>(b), n2 / 2);
                                  return QString::compare(x, y, Qt::CaseInsensitive);
                              });
-    char* error = nullptr;
-    ASSERT_EQ(sqlite3_exec(db, sql.toUtf8().constData(), nullptr, nullptr, &error), SQLITE_OK)
-        << sql.toStdString() << ": " << (error ? error : "");
-
-    QStringList names;
-    sqlite3_exec(db, "Select name From pragma_table_info('t') Order By cid", [](void* out, int, char** values, char**) {
-        *static_cast<QStringList*>(out) << QString::fromUtf8(values[0]);
-        return 0;
-    }, &names, nullptr);
-    EXPECT_EQ(names, (QStringList{QString::fromLatin1(geometryColumnName), QStringLiteral("Name"), QStringLiteral("price"),
-                                  QStringLiteral("code"), QStringLiteral("second \"geo\""),
-                                  QString::fromLatin1(styleColumnName), QStringLiteral("day")}));
-
-    sqlite3_exec(db, "Insert Into t (Name, code) Values ('abc', 1)", nullptr, nullptr, nullptr);
-    int matches = -1;
-    sqlite3_exec(db, "Select Count(*) From t Where Name = 'ABC'", [](void* out, int, char** values, char**) {
-        *static_cast<int*>(out) = atoi(values[0]);
-        return 0;
-    }, &matches, nullptr);
-    EXPECT_EQ(matches, 1);
+    db.exec(sql.toStdString());
+    db.exec("Insert Into t (Name, code) Values ('abc', 1)");
+    db.expectAll({
+        {"group_concat(name, '|') From (Select name From pragma_table_info('t') Order By cid)",
+         "'" + std::string(geometryColumnName) + "|Name|price|code|second \"geo\"|" + styleColumnName + "|day'"},
+        {"Count(*) From t Where Name = 'ABC'", "1"},
+    });
     EXPECT_GT(localeCalls, 0);
     // The unique flag became a constraint.
-    EXPECT_NE(sqlite3_exec(db, "Insert Into t (Name, code) Values ('x', 1)", nullptr, nullptr, nullptr), SQLITE_OK);
-    sqlite3_free(error);
-    sqlite3_close(db);
+    EXPECT_EQ(db.error("Insert Into t (Name, code) Values ('x', 1)"), "UNIQUE constraint failed: t.code");
 }
 
 } // namespace

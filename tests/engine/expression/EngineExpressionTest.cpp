@@ -1,16 +1,13 @@
 #include "engine/expression/EngineExpression.h"
 
-#include "engine/Engine.h"
 #include "engine/SchemaColumns.h"
-#include "modules/functions/FunctionModule.h"
-#include "platform/core/Core.h"
 #include "platform/core/QDecNumber.h"
 #include "platform/dp/Feature.h"
 #include "platform/dp/GeometryAttributeDefinition.h"
 #include "platform/dp/RenditionAttributeDefinition.h"
 #include "platform/dp/SimpleAttributeDefinition.h"
 #include "platform/geometry/Geometry.h"
-#include "tests/engine/TestApplication.h"
+#include "tests/support/EngineFixture.h"
 
 #include <QDate>
 #include <QPoint>
@@ -46,13 +43,11 @@ private:
     QtMessageHandler previous = nullptr;
 };
 
-class EngineExpressionTest : public ::testing::Test {
+class EngineExpressionTest : public test::FunctionEngineFixture {
 protected:
     void SetUp() override
     {
-        engine = Engine::load(&core);
-        engine->loadTableAdapterModule(&core, &modules::initFunctionModule);
-        db = engine->engineDatabase();
+        FunctionEngineFixture::SetUp();
         schema = dp::TableSchema({simple("name", QMetaType::QString, 40), simple("flag", QMetaType::Bool),
                                   simple("day", QMetaType::QDate), simple("stamp", QMetaType::QDateTime),
                                   AttributeDefinitionPtr(new dp::GeometryAttributeDefinition("shape", {})),
@@ -73,14 +68,9 @@ protected:
 
     int tempTables(const QString& name) const
     {
-        QSqlQuery q(db);
-        q.exec(QStringLiteral("Select Count(1) From sqlite_temp_master Where name = '%1'").arg(name));
-        return q.next() ? q.value(0).toInt() : -1;
+        return scalar(QStringLiteral("Select Count(1) From sqlite_temp_master Where name = '%1'").arg(name)).toInt();
     }
 
-    Core core;
-    Engine* engine = nullptr;
-    QSqlDatabase db;
     dp::TableSchema schema;
 };
 

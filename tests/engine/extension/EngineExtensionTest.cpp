@@ -4,7 +4,7 @@
 #include "platform/core/Core.h"
 #include "platform/dp/DataCatalog.h"
 
-#include "../TestApplication.h"
+#include "tests/support/EngineApplication.h"
 
 #include <QSqlDriver>
 #include <QSqlQuery>

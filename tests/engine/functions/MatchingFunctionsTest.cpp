@@ -1,7 +1,7 @@
 #include "engine/functions/MatchingFunctions.h"
 
-#include "SqlHarness.h"
-#include "engine/EngineCache.h"
+#include "tests/support/EngineTestCache.h"
+#include "tests/support/SqlHarness.h"
 
 #include <gtest/gtest.h>
 
@@ -9,11 +9,6 @@
 
 namespace tessera::engine {
 namespace {
-
-class TestCache : public EngineCache {
-public:
-    std::shared_ptr<cs::CoordSystem> tableCoordSystem(const QString&) const override { return {}; }
-};
 
 int collate(void* collator, int length1, const void* data1, int length2, const void* data2)
 {
@@ -35,54 +30,39 @@ class MatchingFunctions : public ::testing::TestWithParam<bool> {
 protected:
     MatchingFunctions() { registerMatching(db, GetParam() ? &cache : nullptr); }
 
-    TestCache cache;
+    test::TestCache cache;
     test::SqlHarness db;
 };
 
 TEST_P(MatchingFunctions, Like)
 {
-    db.expectInt("SELECT 'ABC' LIKE 'ab%'", 1);
-    db.expectInt("SELECT like('ab%', 'ABC')", 1);
-    db.expectInt("SELECT 'abbc' LIKE 'a_c'", 0);
-    db.expectInt("SELECT 'abc' NOT LIKE 'a_c'", 0);
-    db.expectInt("SELECT 'Äpfel' LIKE 'ä%'", 1); // SQLite's own LIKE folds ASCII only
-    db.expectInt("SELECT 'ЁЛКА' LIKE '%лк_'", 1);
-    db.expectInt("SELECT 'a😀b' LIKE 'a_b'", 1);
-    db.expectInt("SELECT 'a.b' LIKE 'a.b'", 1);
-    db.expectInt("SELECT 'axb' LIKE 'a.b'", 0);
-    db.expectInt("SELECT 'line1' || char(10) || 'line2' LIKE 'line1%2'", 1);
-    db.expectInt("SELECT 123 LIKE '1_3'", 1);
-    db.expectInt("SELECT 'x' LIKE 'x%' ESCAPE NULL", 1);
-    db.expectInt("SELECT like('', x'')", 1); // an empty blob is an empty text
-    db.expectNull("SELECT NULL LIKE 'a'");
-    db.expectNull("SELECT 'a' LIKE NULL");
+    db.expectAll({
+        {"'ABC' LIKE 'ab%'", "1"}, {"like('ab%', 'ABC')", "1"}, {"'abbc' LIKE 'a_c'", "0"},
+        {"'abc' NOT LIKE 'a_c'", "0"}, {"'Äpfel' LIKE 'ä%'", "1"}, // SQLite's own LIKE folds ASCII only
+        {"'ЁЛКА' LIKE '%лк_'", "1"}, {"'a😀b' LIKE 'a_b'", "1"}, {"'a.b' LIKE 'a.b'", "1"}, {"'axb' LIKE 'a.b'", "0"},
+        {"'line1' || char(10) || 'line2' LIKE 'line1%2'", "1"}, {"123 LIKE '1_3'", "1"},
+        {"'x' LIKE 'x%' ESCAPE NULL", "1"}, {"like('', x'')", "1"}, // an empty blob is an empty text
+        {"NULL LIKE 'a'", "NULL"}, {"'a' LIKE NULL", "NULL"},
 
-    db.expectInt("SELECT '10%' LIKE '10!%' ESCAPE '!'", 1);
-    db.expectInt("SELECT '100' LIKE '10!%' ESCAPE '!'", 0);
-    db.expectInt("SELECT like('10!%', '10!00', NULL)", 1); // a NULL escape is none
-    db.expectInt("SELECT like('10!%', '10!00', '')", 1);
-    db.expectInt("SELECT like('a#_', 'a_', '#xyz')", 1); // the first character escapes
-    db.expectInt("SELECT like('a#_', 'ab', '#xyz')", 0);
+        {"'10%' LIKE '10!%' ESCAPE '!'", "1"}, {"'100' LIKE '10!%' ESCAPE '!'", "0"},
+        {"like('10!%', '10!00', NULL)", "1"}, // a NULL escape is none
+        {"like('10!%', '10!00', '')", "1"}, {"like('a#_', 'a_', '#xyz')", "1"}, // the first character escapes
+        {"like('a#_', 'ab', '#xyz')", "0"},
+    });
 }
 
 TEST_P(MatchingFunctions, GlobAndRegular)
 {
-    db.expectInt("SELECT 'a.txt' GLOB '*.TXT'", 1);
-    db.expectInt("SELECT 'a.txt' GLOB '*.doc'", 0);
-    db.expectInt("SELECT 'Жук' GLOB '[а-я]у?'", 1);
-    db.expectInt("SELECT '[x' GLOB '[x'", 0); // a class never closed matches nothing
-    db.expectInt("SELECT glob('a[', 'a[')", 0);
-    db.expectNull("SELECT NULL GLOB '*'");
-
-    db.expectInt("SELECT 'Abc' REGEXP '^a'", 0);
-    db.expectInt("SELECT 'abc' REGEXP 'b'", 1);
-    db.expectInt("SELECT 'abc' REGEXP '('", 0);
-    // Beyond the matching limits there is no answer: an error, never 0.
-    db.expectError("SELECT regexp('(a+)+$', '" + std::string(40, 'a') + "!')",
-                   "REGEXP: the expression exceeds the matching limits on this text");
-    db.expectInt("SELECT 'Straße 5' REGEXP '\\d$'", 1);
-    db.expectInt("SELECT 'x😀y' REGEXP '^x.y$'", 1);
-    db.expectNull("SELECT 'abc' REGEXP NULL");
+    db.expectAll({
+        {"'a.txt' GLOB '*.TXT'", "1"}, {"'a.txt' GLOB '*.doc'", "0"}, {"'Жук' GLOB '[а-я]у?'", "1"},
+        {"'[x' GLOB '[x'", "0"}, // a class never closed matches nothing
+        {"glob('a[', 'a[')", "0"}, {"NULL GLOB '*'", "NULL"},
+        {"'Abc' REGEXP '^a'", "0"}, {"'abc' REGEXP 'b'", "1"}, {"'abc' REGEXP '('", "0"},
+        {"'Straße 5' REGEXP '\\d$'", "1"}, {"'x😀y' REGEXP '^x.y$'", "1"}, {"'abc' REGEXP NULL", "NULL"},
+        // Beyond the matching limits there is no answer: an error, never 0.
+        {"regexp('(a+)+$', '" + std::string(40, 'a') + "!')",
+         "error: REGEXP: the expression exceeds the matching limits on this text"},
+    });
 }
 
 // Patterns on which a backtracking expression gives up still get their
@@ -91,30 +71,25 @@ TEST_P(MatchingFunctions, GlobAndRegular)
 TEST_P(MatchingFunctions, RegularOnLoneSurrogate)
 {
     db.exec("PRAGMA encoding = 'UTF-16le'");
-    db.expectInt("SELECT regexp('^a.b$', CAST(x'610000D86200' AS TEXT))", 1);
-    db.expectInt("SELECT regexp('c', CAST(x'610000D86200' AS TEXT))", 0);
+    db.expectAll({
+        {"regexp('^a.b$', CAST(x'610000D86200' AS TEXT))", "1"}, {"regexp('c', CAST(x'610000D86200' AS TEXT))", "0"},
+    });
 }
 
-TEST_P(MatchingFunctions, NeverGivesUp)
+// Patterns on which a backtracking matcher gives up are WildcardPattern's
+// concern. Here: the text ends at an embedded NUL, malformed UTF-8 is read as
+// SQLite reads it, and patterns are bounded as SQLite bounds its own.
+TEST_P(MatchingFunctions, TextsAndPatternLimits)
 {
-    const auto repeated = [](const std::string& text, int count) {
-        std::string result;
-        for (int i = 0; i < count; ++i)
-            result += text;
-        return result;
-    };
-    const std::string as = repeated("a", 194);
-    db.expectInt("SELECT glob('*a*a*a*a*b*c', 'aaaab" + as + "c')", 1);
-    db.expectInt("SELECT glob('*a*a*a*a*b*c', 'aaaabc" + as + "')", 0);
-    const std::string runs = repeated("%é", 18);
-    db.expectInt("SELECT like('" + runs + "', '" + repeated("é", 17) + repeated("x", 100) + "É')", 1);
-    db.expectInt("SELECT like('ab', 'ab' || char(0) || 'c')", 1);
-    db.expectInt("SELECT glob('ab*', CAST(x'61628063' AS TEXT))", 1); // malformed UTF-8
-    // Patterns are bounded as SQLite bounds its own.
+    db.expectAll({
+        {"like('ab', 'ab' || char(0) || 'c')", "1"}, {"glob('ab*', CAST(x'61628063' AS TEXT))", "1"},
+    });
     sqlite3_limit(db.handle(), SQLITE_LIMIT_LIKE_PATTERN_LENGTH, 10);
-    db.expectInt("SELECT like('%aaaaaaaa%', 'xaaaaaaaax')", 1);
-    db.expectError("SELECT like('%aaaaaaaaa%', 'x')", "LIKE or GLOB pattern too complex");
-    db.expectError("SELECT glob('*aaaaaaaaa*', 'x')", "LIKE or GLOB pattern too complex");
+    db.expectAll({
+        {"like('%aaaaaaaa%', 'xaaaaaaaax')", "1"},
+        {"like('%aaaaaaaaa%', 'x')", "error: LIKE or GLOB pattern too complex"},
+        {"glob('*aaaaaaaaa*', 'x')", "error: LIKE or GLOB pattern too complex"},
+    });
 }
 
 // Patterns that change from row to row, and an escape that changes under a
@@ -125,28 +100,27 @@ TEST_P(MatchingFunctions, PatternsPerRow)
             "INSERT INTO p VALUES ('a%', 'ABC', NULL, 1), ('b%', 'ABC', NULL, 0), ('%c', 'ABC', NULL, 1),"
             " ('a!%', 'a%', '!', 1), ('a!%', 'a!x', NULL, 1), ('a!%', 'ax', '!', 0), ('a!%', 'a%', '#', 0),"
             " ('(', 'x', NULL, 0), ('_', 'я', NULL, 1), (NULL, 'x', NULL, NULL);");
-    db.expectInt("SELECT count(*) FROM p WHERE like(pattern, text, esc) IS NOT expected", 0);
-    db.expectInt("SELECT count(*) FROM p WHERE like('a!%', text, esc) IS NOT (text = 'a%' AND esc = '!'"
-                 " OR text LIKE 'a!%' AND esc IS NULL)",
-                 0);
-    db.expectInt("SELECT count(*) FROM p WHERE text LIKE 'a%'", 7);
-    // A constant ASCII pattern over ASCII and non-ASCII rows alike.
-    db.expectInt("SELECT count(*) FROM p WHERE like('_', text)", 3);
-    db.expectInt("SELECT count(*) FROM p WHERE like('%C', text)", 3);
-    db.expectInt("SELECT like('k%', char(8490) || 'elvin')", 1); // the Kelvin sign folds onto k
-    db.expectInt("SELECT sum(text GLOB replace(pattern, '%', '*')) FROM p WHERE pattern NOT LIKE '%!%%' ESCAPE '#'", 2);
-    db.expectInt("SELECT count(*) FROM p WHERE text REGEXP pattern", 0);
+    db.expectAll({
+        {"count(*) FROM p WHERE like(pattern, text, esc) IS NOT expected", "0"},
+        {"count(*) FROM p WHERE like('a!%', text, esc) IS NOT (text = 'a%' AND esc = '!'"
+         " OR text LIKE 'a!%' AND esc IS NULL)", "0"},
+        {"count(*) FROM p WHERE text LIKE 'a%'", "7"},
+        // A constant ASCII pattern over ASCII and non-ASCII rows alike.
+        {"count(*) FROM p WHERE like('_', text)", "3"}, {"count(*) FROM p WHERE like('%C', text)", "3"},
+        {"like('k%', char(8490) || 'elvin')", "1"}, // the Kelvin sign folds onto k
+        {"sum(text GLOB replace(pattern, '%', '*')) FROM p WHERE pattern NOT LIKE '%!%%' ESCAPE '#'", "2"},
+        {"count(*) FROM p WHERE text REGEXP pattern", "0"},
+    });
 }
 
 TEST_P(MatchingFunctions, CaseSensitiveCompare)
 {
-    EXPECT_GT(db.query("SELECT casesensitivecompare('a', 'B')").integer, 0);
-    EXPECT_LT(db.query("SELECT casesensitivecompare('B', 'a')").integer, 0);
-    db.expectInt("SELECT casesensitivecompare('Ärger', 'Ärger')", 0);
-    EXPECT_GT(db.query("SELECT casesensitivecompare('ё', 'я')").integer, 0); // U+0451 after U+044F
-    EXPECT_NE(db.query("SELECT casesensitivecompare('a', 'A')").integer, 0);
-    db.expectNull("SELECT casesensitivecompare(NULL, 'a')");
-    db.expectNull("SELECT localecompare('a', NULL)");
+    db.expectAll({
+        {"casesensitivecompare('a', 'B') > 0", "1"}, {"casesensitivecompare('B', 'a') < 0", "1"},
+        {"casesensitivecompare('Ärger', 'Ärger')", "0"}, {"casesensitivecompare('a', 'A') <> 0", "1"},
+        {"casesensitivecompare('ё', 'я') > 0", "1"}, // U+0451 after U+044F
+        {"casesensitivecompare(NULL, 'a')", "NULL"}, {"localecompare('a', NULL)", "NULL"},
+    });
 }
 
 INSTANTIATE_TEST_SUITE_P(WithAndWithoutCache, MatchingFunctions, ::testing::Bool());
@@ -181,10 +155,10 @@ TEST(LocaleComparison, FollowsTheDefaultLocale)
         test::SqlHarness db;
         registerMatching(db, nullptr);
         // Letters before case; 'ё' next to 'е', not after 'я' as in code units.
-        EXPECT_LT(db.query("SELECT localecompare('a', 'B')").integer, 0);
-        EXPECT_LT(db.query("SELECT localecompare('ё', 'я')").integer, 0);
-        EXPECT_GT(db.query("SELECT localecompare('b', 'A')").integer, 0);
-        db.expectInt("SELECT localecompare('Öl', 'Öl')", 0);
+        db.expectAll({
+            {"localecompare('a', 'B') < 0", "1"}, {"localecompare('ё', 'я') < 0", "1"},
+            {"localecompare('b', 'A') > 0", "1"}, {"localecompare('Öl', 'Öl')", "0"},
+        });
 
         const QCollator collator = engine::collator();
         EXPECT_EQ(collator.caseSensitivity(), Qt::CaseInsensitive);
@@ -194,9 +168,10 @@ TEST(LocaleComparison, FollowsTheDefaultLocale)
         ASSERT_EQ(sqlite3_create_collation_v2(db.handle(), "Locale", SQLITE_UTF16_ALIGNED, kept, collate,
                                               [](void* p) { delete static_cast<QCollator*>(p); }),
                   SQLITE_OK);
-        db.expectInt("SELECT 'apple' = 'APPLE' COLLATE Locale", 1);
-        db.expectInt("SELECT 'straße' = 'STRASSE' COLLATE Locale", 0);
-        db.expectInt("SELECT 'a-b' = 'ab' COLLATE Locale", 0); // punctuation counts
+        db.expectAll({
+            {"'apple' = 'APPLE' COLLATE Locale", "1"}, {"'straße' = 'STRASSE' COLLATE Locale", "0"},
+            {"'a-b' = 'ab' COLLATE Locale", "0"}, // punctuation counts
+        });
         db.exec("CREATE TABLE words(w);"
                 "INSERT INTO words VALUES ('я'), ('Ёж'), ('е'), ('ж'), ('b'), ('A'), ('𝒜'), ('ä');");
         const std::vector<std::string> order = localeOrder(db);

@@ -4,7 +4,7 @@
 #include "platform/cs/CoordSystemArchive.h"
 #include "platform/geometry/Geometry.h"
 
-#include "../TestGeometries.h"
+#include "tests/support/EngineGeometries.h"
 
 #include <QDataStream>
 #include <QIODevice>

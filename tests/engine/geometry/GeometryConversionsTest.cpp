@@ -6,7 +6,7 @@
 #include "platform/cs/CoordSystem.h"
 #include "platform/geometry/Geometry.h"
 
-#include "../TestCache.h"
+#include "tests/support/EngineTestCache.h"
 
 #include <gtest/gtest.h>
 #include <spatialite.h>

@@ -3,8 +3,8 @@
 // ST_SRID, ST_IsValid, ST_Contains, ...) make and inspect the geometries, so
 // the results are checked by a second, independent implementation.
 
-#include "GeometrySqlHarness.h"
-#include "../TestApplication.h"
+#include "tests/support/SqlGeometryHarness.h"
+#include "tests/support/EngineApplication.h"
 
 #include "platform/core/Core.h"
 #include "platform/cs/CoordSystem.h"
@@ -15,6 +15,8 @@
 
 namespace tessera::engine::test {
 namespace {
+
+using namespace tessera::test;
 
 constexpr double pi = 3.14159265358979323846;
 constexpr double wgs84A = 6378137.0;
@@ -46,7 +48,7 @@ struct Case {
 
 TEST(GeometryFunctions, PredicatesOnTouchingOverlappingDisjointNestedAndHoledShapes)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     const Case cases[] = {
         {A, touching, 1, 0, 0, "touching"},
         {touching, A, 1, 0, 0, "touching, swapped"},
@@ -83,7 +85,7 @@ TEST(GeometryFunctions, PredicatesOnTouchingOverlappingDisjointNestedAndHoledSha
 
 TEST(GeometryFunctions, PredicatesTakeNullForNonGeometries)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     for (const char* f : {"GeometryIntersects", "GeometryContains", "GeometryWithin", "ContainsCentroid", "CentroidWithin", "NearestPoints"}) {
         EXPECT_TRUE(sql.isNull(std::string("Select ") + f + "(NULL, " + A + ")")) << f;
         EXPECT_TRUE(sql.isNull(std::string("Select ") + f + "(" + A + ", NULL)")) << f;
@@ -94,7 +96,7 @@ TEST(GeometryFunctions, PredicatesTakeNullForNonGeometries)
 
 TEST(GeometryFunctions, MixedCoordinateSystems)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     // A bare geometry is taken to lie in the other's system: the nearest
     // points come out in WGS84 whichever operand carried it.
     const std::string lonLat = geom("POINT(10 50)", 4326);
@@ -114,7 +116,7 @@ TEST(GeometryFunctions, MixedCoordinateSystems)
 
 TEST(GeometryFunctions, NearestPointsCentroidValidityAndResemblance)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     EXPECT_EQ(sql.text("Select AsText(FromTesGeo(NearestPoints(" + geom("POINT(0 0)") + ", " + geom("LINESTRING(5 -1, 5 1)") + ")))"),
               "LINESTRING(0 0, 5 0)");
     EXPECT_EQ(sql.text("Select AsText(FromTesGeo(NearestPoints(" + geom("LINESTRING(5 -1, 5 1)") + ", " + geom("POINT(0 0)") + ")))"),
@@ -147,7 +149,7 @@ TEST(GeometryFunctions, NearestPointsCentroidValidityAndResemblance)
 
 TEST(GeometryFunctions, RetrieveCoordinateSystems)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     sql.engineCache().setTable("Roads", cs::CoordSysFactory::defaultCoordSysFactory()->createFromEpsg(3857));
 
     EXPECT_EQ(sql.text("Select RetrieveCS(" + geom("POINT(1 2)", 4326) + ")"), "EPSG:4326");
@@ -161,7 +163,7 @@ TEST(GeometryFunctions, RetrieveCoordinateSystems)
 
 TEST(GeometryFunctions, TesGeoAndSpatiaLiteConversions)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     const std::string p = geom("POINT(1 2)", 4326);
 
     // TesGeo is a format of its own that round-trips.
@@ -188,7 +190,7 @@ TEST(GeometryFunctions, TesGeoAndSpatiaLiteConversions)
 // as NULL, never as another geometry.
 TEST(GeometryFunctions, SpatiaLiteFormsOfNestedAndEmptyGeometries)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     using namespace geometry;
     using Members = std::vector<std::shared_ptr<Geometry>>;
     const auto nested = std::make_shared<GeometryCollection>(Members{
@@ -225,12 +227,12 @@ TEST(GeometryFunctions, SpatiaLiteFormsOfNestedAndEmptyGeometries)
          nullptr},
     };
     for (const auto& c : cases) {
-        const GeoResult r = sql.query("Select " + c.query);
-        ASSERT_TRUE(r.ok) << c.name << ": " << r.error;
+        const SqlValue r = sql.query("Select " + c.query);
+        ASSERT_NE(r.type, 0) << c.name << ": " << r.error;
         if (!c.expected)
             EXPECT_EQ(r.type, SQLITE_NULL) << c.name;
         else
-            EXPECT_EQ(r.type == SQLITE_INTEGER ? std::to_string(r.integer) : r.text, c.expected) << c.name;
+            EXPECT_EQ(r.type == SQLITE_INTEGER ? std::to_string(r.integer) : r.text.toStdString(), c.expected) << c.name;
     }
 }
 
@@ -239,7 +241,7 @@ TEST(GeometryFunctions, SpatiaLiteFormsOfNestedAndEmptyGeometries)
 // made; that must not give SRID-0 geometries that system.
 TEST(GeometryFunctions, SridZeroStaysWithoutCoordinateSystem)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     const auto custom = cs::CoordSysFactory::defaultCoordSysFactory()->createFromTaggedString(
         QStringLiteral("+proj=tmerc +lon_0=12 +k=1 +x_0=0 +y_0=0 +ellps=WGS84 +units=m +no_defs +type=crs"));
     ASSERT_TRUE(custom);
@@ -252,7 +254,7 @@ TEST(GeometryFunctions, SridZeroStaysWithoutCoordinateSystem)
 
 TEST(GeometryFunctions, TransformWithTwoAndThreeArguments)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     const double x = wgs84A * 10.0 * pi / 180.0;
     const double y = wgs84A * std::log(std::tan(pi / 4 + 50.0 * pi / 360.0));
     const std::string bare = geom("POINT(10 50)");
@@ -290,7 +292,7 @@ TEST(GeometryFunctions, TransformWithTwoAndThreeArguments)
 
 TEST(GeometryFunctions, FromMifNeedsTheMifService)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     {
         Core core;   // a registry without the service
         EXPECT_TRUE(sql.isNull("Select FromMif('Point 1 2')"));
@@ -303,7 +305,7 @@ TEST(GeometryFunctions, FromMifReadsSeveralKinds)
 {
     Core core;
     core.registerService(new geometry::MifService(&core));
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
 
     EXPECT_EQ(sql.text("Select AsText(FromTesGeo(FromMif('Point 1 2')))"), "POINT(1 2)");
     // The comma is the decimal separator of the reading set-up.

@@ -3,8 +3,8 @@
 // published geodesic distances, closed-form areas on the sphere and the
 // ellipsoid, and planar figures measured by hand.
 
-#include "GeometrySqlHarness.h"
-#include "../TestApplication.h"
+#include "tests/support/SqlGeometryHarness.h"
+#include "tests/support/EngineApplication.h"
 
 #include "engine/geometry/GeometryMeasureFunctions.h"
 #include "platform/geometry/Geometry.h"
@@ -17,6 +17,8 @@
 
 namespace tessera::engine::test {
 namespace {
+
+using namespace tessera::test;
 
 constexpr double pi = 3.14159265358979323846;
 constexpr double degree = pi / 180.0;
@@ -71,7 +73,7 @@ const std::string lhr = point(-0.5, 51.6, 4326);
 
 TEST(GeometryMeasureFunctions, GeodesicDistancesMatchPublishedValues)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     // Flinders Peak to Buninyong, the classic geodesic test line: 54972.271 m.
     for (const char* f : {"ObjectDistance", "EllipsoidalDistance", "VincentyDistance"}) {
         EXPECT_NEAR(sql.real(std::string("Select ") + f + "(" + flindersPeak + ", " + buninyong + ", 'm')"), 54972.271, 0.01)
@@ -100,7 +102,7 @@ TEST(GeometryMeasureFunctions, GeodesicDistancesMatchPublishedValues)
 
 TEST(GeometryMeasureFunctions, OneDegreeSquareOnSphereAndEllipsoid)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     const std::string square = geom("POLYGON((0 0, 1 0, 1 1, 0 1, 0 0))", 4326);
 
     // Lune of one degree between the equator and 1 degree north: R^2 dλ sin φ.
@@ -122,7 +124,7 @@ TEST(GeometryMeasureFunctions, OneDegreeSquareOnSphereAndEllipsoid)
 
 TEST(GeometryMeasureFunctions, PlanarMeasuresInSeveralUnits)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     // 2000 m by 1000 m, no coordinate system: measured in the plane, metres.
     const std::string rect = geom("POLYGON((0 0, 2000 0, 2000 1000, 0 1000, 0 0))");
     const struct {
@@ -168,7 +170,7 @@ TEST(GeometryMeasureFunctions, PlanarMeasuresInSeveralUnits)
 
 TEST(GeometryMeasureFunctions, CentroidCoordinates)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     EXPECT_DOUBLE_EQ(sql.real("Select CentroidX(" + geom("POLYGON((0 0, 10 0, 10 4, 0 4, 0 0))") + ")"), 5.0);
     EXPECT_DOUBLE_EQ(sql.real("Select CentroidY(" + geom("POLYGON((0 0, 10 0, 10 4, 0 4, 0 0))") + ")"), 2.0);
     // A U: a 3x1 bar with two 1x2 posts. By moments the centroid is
@@ -181,7 +183,7 @@ TEST(GeometryMeasureFunctions, CentroidCoordinates)
 
 TEST(GeometryMeasureFunctions, MixedCoordinateSystemsShareTheOneThatIsThere)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     // One point in WGS84 and one without: both lie in WGS84, so one degree of
     // the equator on the ellipsoid, whichever comes first.
     const double oneDegree = wgs84A * degree;
@@ -241,7 +243,7 @@ TEST(GeometryMeasureFunctions, SharingACoordinateSystemLabelsACopyOfTheBareGeome
 // GeodesicLine: 1,001,525.8 m and 18,455 km), see the platform tests.
 TEST(GeometryMeasureFunctions, EarthProbes)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     const std::string across = geom("POLYGON((170 -10, 190 -10, 190 10, 170 10, 170 -10))", 4326);
     const struct {
         const char* name;
@@ -269,7 +271,7 @@ TEST(GeometryMeasureFunctions, EarthProbes)
 
 TEST(GeometryMeasureFunctions, EmptyGeometriesMeasureNothing)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     using namespace geometry;
     const std::string empties[] = {
         tesGeoLiteral(std::make_shared<Point>()),
@@ -296,7 +298,7 @@ TEST(GeometryMeasureFunctions, EmptyGeometriesMeasureNothing)
 // Inverse on WGS84 and the haversine on the mean sphere.
 TEST(GeometryMeasureFunctions, DistanceIgnoresTheOrderOfCoordinateSystems)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     const std::string lonLat = point(2, 60, 4326);
     const std::string web = point(wgs84A * 3 * degree, wgs84A * std::log(std::tan(pi / 4 + 25 * degree)), 3857);
     double geodesic = 0;
@@ -319,7 +321,7 @@ TEST(GeometryMeasureFunctions, DistanceIgnoresTheOrderOfCoordinateSystems)
 
 TEST(GeometryMeasureFunctions, BadInput)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     const std::string square = geom("POLYGON((0 0, 1 0, 1 1, 0 1, 0 0))");
 
     // Missing or unreadable geometries give NULL.

@@ -6,7 +6,7 @@
 #include "engine/geometry/GaiaDecoding.h"
 #include "platform/geometry/Geometry.h"
 
-#include "GeometrySqlHarness.h"
+#include "tests/support/SqlGeometryHarness.h"
 
 #include <QByteArray>
 #include <gtest/gtest.h>
@@ -17,15 +17,7 @@
 namespace tessera::engine::test {
 namespace {
 
-QByteArray blobOf(sqlite3* db, const std::string& sql)
-{
-    sqlite3_stmt* stmt = nullptr;
-    QByteArray bytes;
-    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &stmt, nullptr) == SQLITE_OK && sqlite3_step(stmt) == SQLITE_ROW)
-        bytes = QByteArray(static_cast<const char*>(sqlite3_column_blob(stmt, 0)), sqlite3_column_bytes(stmt, 0));
-    sqlite3_finalize(stmt);
-    return bytes;
-}
+using namespace tessera::test;
 
 const unsigned char* bytesOf(const QByteArray& b)
 {
@@ -74,7 +66,7 @@ TEST(HostileGeometry, LayoutChecksRefuseCountsBeyondTheBytes)
         EXPECT_EQ(toGaia(bytesOf(bytes), bytes.size()), nullptr);
     }
 
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     // Once a read past the end of the blob gave 8.9e249 here.
     for (int i = 0; i < 4; ++i)
         EXPECT_TRUE(sql.isNull("Select objectlen(X'02000000', 'km')"));
@@ -84,7 +76,7 @@ TEST(HostileGeometry, LayoutChecksRefuseCountsBeyondTheBytes)
 
 TEST(HostileGeometry, LayoutChecksAcceptWhatSpatiaLiteWrites)
 {
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     const char* const shapes[] = {
         "POINT(1 2)",
         "LINESTRING(0 0, 1 1, 2 5)",
@@ -113,7 +105,7 @@ TEST(HostileGeometry, LayoutChecksAcceptWhatSpatiaLiteWrites)
             std::string text = form.sql;
             text.replace(text.find("%s"), 2, shape);
             SCOPED_TRACE(text);
-            const QByteArray bytes = blobOf(sql.handle(), text);
+            const QByteArray bytes = sql.query(text).blob;
             if (bytes.isEmpty())
                 continue;   // a form SpatiaLite does not write for this kind (FGF has no collections)
             EXPECT_TRUE(form.fits(bytesOf(bytes), bytes.size()));
@@ -139,7 +131,7 @@ TEST(HostileGeometry, EmptyPartsNeverReachGeos)
         std::vector<std::shared_ptr<Geometry>>{std::make_shared<LineString>(), std::make_shared<LineString>(line)});
     const std::shared_ptr<Geometry> emptyFirst = std::make_shared<MultiLineString>(QVector<QVector<QPointF>>{{}, line});
 
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     for (const auto& g : {multiLine, collection, emptyFirst}) {
         const std::string blob = sqlBlob(EngineGeometry::serialize(g, [](const auto&, const auto&) {}));
         SCOPED_TRACE(blob);
@@ -163,7 +155,7 @@ TEST(HostileGeometry, NonFiniteCoordinatesNeverReachGeos)
         std::make_shared<MultiLineString>(QVector<QVector<QPointF>>{{{0, 0}, {1, 1}}, {{0, 0}, {-inf, 1}}}),
         std::make_shared<Polygon>(QVector<Ring>{{{0, 0}, {4, 0}, {4, nan}, {0, 0}}}),
     };
-    GeometrySqlHarness sql;
+    SqlGeometryHarness sql;
     for (const auto& g : shapes) {
         const std::string blob = sqlBlob(EngineGeometry::serialize(g, [](const auto&, const auto&) {}));
         SCOPED_TRACE(blob);
@@ -172,8 +164,8 @@ TEST(HostileGeometry, NonFiniteCoordinatesNeverReachGeos)
             std::string text = std::string("Select ") + call;
             for (std::size_t at; (at = text.find("%s")) != std::string::npos;)
                 text.replace(at, 2, blob);
-            const GeoResult r = sql.query(text);
-            EXPECT_TRUE(!r.ok || r.type == SQLITE_NULL) << call << " gave type " << r.type;
+            const SqlValue r = sql.query(text);
+            EXPECT_TRUE(r.type == 0 || r.type == SQLITE_NULL) << call << " gave type " << r.type;
         }
     }
 }

@@ -8,8 +8,8 @@
 #include "engine/indices/EngineIndicesSqlite.h"
 #include "platform/dp/GeometryAttributeDefinition.h"
 #include "platform/dp/SimpleAttributeDefinition.h"
-#include "tests/engine/TestApplication.h"
-#include "tests/engine/TestCache.h"
+#include "tests/support/EngineApplication.h"
+#include "tests/support/EngineTestCache.h"
 
 #include <QDir>
 #include <QLocale>

@@ -2,7 +2,7 @@
 // the text run against real tables where it needs none of the engine's SQL
 // functions.
 
-#include "TranslationFixture.h"
+#include "tests/support/SqlTableFixture.h"
 
 #include "platform/dp/MemoryTable.h"
 #include "platform/dp/Selection.h"
@@ -14,7 +14,7 @@
 
 using namespace tessera;
 using namespace tessera::engine;
-using namespace tessera::engine::test;
+using namespace tessera::test;
 
 namespace {
 
@@ -33,11 +33,11 @@ std::vector<std::string> generatedAliases(const std::string& sql)
 
 } // namespace
 
-class SqliteStringBuilderTest : public TranslationFixture {
+class SqliteStringBuilderTest : public SqlTableFixture {
 protected:
     void SetUp() override
     {
-        TranslationFixture::SetUp();
+        SqlTableFixture::SetUp();
         // Row ids 0..4 for the features f0..f4, so f1 and f3 are rows 1 and 3.
         for (int i = 0; i < 5; ++i)
             cache.assignIdToInt(dp::FeatureId(QStringLiteral("f%1").arg(i)));
@@ -396,6 +396,26 @@ TEST_F(SqliteStringBuilderTest, rownumFollowsTheQueryOrder)
 
     // A query without rownum keeps its ordering untouched.
     EXPECT_EQ(translate("Select a From t Order By 1 Desc"), "Select a From t Order By 1 Desc");
+}
+
+// rownum counts the rows in the order of the sort, whichever item of the
+// select list the ordering names, the last one included.
+TEST_F(SqliteStringBuilderTest, rownumCountsInTheOrderOfTheSort)
+{
+    const struct {
+        const char* name;
+        const char* text;
+        Rows expected;
+    } cases[] = {
+        // Binary order: capitals first.
+        {"last of two positions", "Select rownum, name From t Order By 2", {"1|Alpha", "2|Gamma", "3|beta", "4|delta"}},
+        {"last of two, descending", "Select rownum, name From t Order By 2 Desc",
+         {"1|delta", "2|beta", "3|Gamma", "4|Alpha"}},
+        {"first of two", "Select name, rownum From t Order By 1 Desc", {"delta|1", "beta|2", "Gamma|3", "Alpha|4"}},
+        {"alias of the last", "Select rownum, b As x From t Order By x", {"1|w", "2|x", "3|y", "4|z"}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(rows(translate(c.text)), c.expected) << c.name;
 }
 
 TEST_F(SqliteStringBuilderTest, orderingByRownumIsAnError)

@@ -1,7 +1,7 @@
 // Parsing and translating a dialect text into a caller's builder, and the
 // errors that the builder then reports.
 
-#include "TranslationFixture.h"
+#include "tests/support/SqlTableFixture.h"
 
 #include "platform/sql/SqlParser.h"
 #include "tests/Sanitizers.h"
@@ -10,7 +10,7 @@
 
 using namespace tessera;
 using namespace tessera::engine;
-using namespace tessera::engine::test;
+using namespace tessera::test;
 
 namespace {
 
@@ -18,7 +18,7 @@ const char* const syntaxMessage = "проверьте корректность �
 
 } // namespace
 
-class TranslationEntryTest : public TranslationFixture {};
+class TranslationEntryTest : public SqlTableFixture {};
 
 TEST_F(TranslationEntryTest, unparsableTextReplacesTheErrors)
 {
