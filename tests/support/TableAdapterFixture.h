@@ -9,8 +9,7 @@
 #include "modules/tables/TableAdapterModule.h"
 #include "platform/core/Core.h"
 #include "platform/dp/DataCatalog.h"
-
-#include "../../engine/TestApplication.h"
+#include "tests/engine/TestApplication.h"
 
 #include <QSqlError>
 #include <QSqlQuery>
