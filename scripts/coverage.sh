@@ -26,8 +26,10 @@ cmake --build "$build" -j"$jobs"
 
 # Counters of an earlier run would add up with this one.
 lcov --quiet --zerocounters --directory "$build"
+# One test program at a time: programs that share an object (a static part
+# and the shared library made of it) merge their counters into one file.
 status=0
-ctest --test-dir "$build" --output-on-failure -j"$jobs" || status=$?
+ctest --test-dir "$build" --output-on-failure || status=$?
 
 info="$build/coverage.info"
 # Relative source paths (the compiler cache makes them relative) are resolved

@@ -186,6 +186,7 @@ TEST_F(ShellTest, Scripts)
         {"mode json", ".mode json\nSelect 1 As a", true, "[\n {\"a\": 1}\n]\n", ""},
         {"mode table", ".mode table\nSelect 1 As a", true, "a\n-\n1\n(1 row)\n", ""},
         {"mode unknown", ".mode xml", false, "", "unknown output format 'xml'"},
+        {"rows changed, in a table", ".mode table\nUpdate parcels Set name = name Where name = 'far'", true, "(1 rows affected)\n", ""},
     };
     for (const auto& c : cases) {
         shell->setOptions(csvOptions());
