@@ -406,7 +406,9 @@ TEST_F(ShellCatalogTest, IndexAnswersAsTheScan)
     ASSERT_EQ(scanned[9].count(QLatin1Char('\n')), 9) << scanned[9].toStdString();
     ASSERT_EQ(run(QStringLiteral(".index t name\n.index t gdp_md_est")).out,
               QStringLiteral("index 1 on t (name): 90 rows\nindex 2 on t (gdp_md_est): 90 rows\n"));
-    EXPECT_EQ(run(QStringLiteral(".indexes T")).out, QStringLiteral("table,index,columns,rows\nt,1,name,90\nt,2,gdp_md_est,90\n"));
+    const ShellOutcome listed = run(QStringLiteral(".indexes T"));
+    EXPECT_TRUE(listed.ok) << listed.err.toStdString();
+    EXPECT_EQ(listed.out, QStringLiteral("table,index,columns,rows\nt,1,name,90\nt,2,gdp_md_est,90\n"));
 
     shell::ShellOptions raw = csvOptions();
     raw.raw = true;
