@@ -74,15 +74,19 @@ run_suite() {
   ctest --test-dir "$build" -j"$jobs" --stop-on-failure --timeout "$timeout" >"$work/test.log" 2>&1
 }
 # The tests of the mutated file's folder first (tests/engine/functions for
-# engine/functions/X.cpp), which most often catch it; then the whole suite.
+# engine/functions/X.cpp), which most often catch it, built alone; then the
+# whole suite, built whole. Returns 2 when the mutant does not compile.
 run_tests_for() {
   local dir="$build/tests/$(dirname "$1")"
-  if [ -f "$dir/CTestTestfile.cmake" ] &&
-    ! ctest --test-dir "$dir" -j"$jobs" --stop-on-failure --timeout "$timeout" >"$work/test.log" 2>&1; then
-    failed_in="$dir"
-    return 1
-  fi
   failed_in="$build"
+  if [ -f "$dir/Makefile" ] && [ -f "$dir/CTestTestfile.cmake" ]; then
+    make -C "$dir" -j"$jobs" >"$work/build.log" 2>&1 || return 2
+    if ! ctest --test-dir "$dir" -j"$jobs" --stop-on-failure --timeout "$timeout" >"$work/test.log" 2>&1; then
+      failed_in="$dir"
+      return 1
+    fi
+  fi
+  cmake --build "$build" -j"$jobs" >"$work/build.log" 2>&1 || return 2
   run_suite
 }
 echo "running the suite on the unchanged tree ..."
@@ -233,14 +237,16 @@ while IFS=$'\t' read -r file line column kind from to; do
     continue
   fi
   what="$file:$line $kind: '$from' -> '$to'"
-  if ! cmake --build "$build" -j"$jobs" >"$work/build.log" 2>&1; then
+  result=0
+  run_tests_for "$file" || result=$?
+  if [ "$result" -eq 2 ]; then
     discarded=$((discarded + 1))
     echo "        discarded (does not compile) $what" | tee -a "$report"
     restore
     continue
   fi
   tested=$((tested + 1))
-  if run_tests_for "$file"; then
+  if [ "$result" -eq 0 ]; then
     outcome="survived"
     survivors+=("$what | $(sed -n "${line}p" "$backup" | sed 's/^[[:space:]]*//')")
   else
