@@ -222,9 +222,13 @@ TEST(TesseraSqlProgram, InteractiveSessionInATerminal)
     session.line(QStringLiteral("Where iso_a3 = \"DEU\";"));
     ASSERT_TRUE(session.waitFor(QStringLiteral("Germany"))) << session.screen().toStdString();
 
-    // Ctrl-C at the prompt drops the unfinished statement only.
+    // Ctrl-C at the prompt drops the unfinished statement only (each key
+    // once the shell is waiting for it).
     session.line(QStringLiteral("Select 1 +"));
+    ASSERT_TRUE(session.waitFor(QStringLiteral("    ...>"), 2)) << session.screen().toStdString();
+    const int prompts = session.screen().count(QStringLiteral("tessera>"));
     session.keys({QStringLiteral("C-c")});
+    ASSERT_TRUE(session.waitFor(QStringLiteral("tessera>"), prompts + 1)) << session.screen().toStdString();
     session.line(QStringLiteral("Select 6 * 7 As product;"));
     ASSERT_TRUE(session.waitFor(QStringLiteral("42"))) << session.screen().toStdString();
 
