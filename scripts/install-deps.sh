@@ -15,6 +15,8 @@ packages=(
   libgtest-dev googletest libgmock-dev libbenchmark-dev
   clang-14 clang libclang-rt-14-dev
   locales tzdata
+  # Line coverage of the suite (scripts/coverage.sh, scripts/mutation.sh).
+  lcov
   # Peers of the benchmarks and the PostGIS provider test: SpatiaLite's shell and module,
   # GDAL's tools (also to prepare benchmark data), PostgreSQL with PostGIS, peak RSS.
   sqlite3 libsqlite3-mod-spatialite gdal-bin time

@@ -5,8 +5,8 @@
 #include "engine/indices/EngineIndicesSetup.h"
 #include "engine/indices/EngineIndicesSqlite.h"
 #include "platform/dp/SimpleAttributeDefinition.h"
-#include "tests/engine/TestApplication.h"
-#include "tests/engine/TestCache.h"
+#include "tests/support/EngineApplication.h"
+#include "tests/support/EngineTestCache.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // functions and the selection's row ids; and the case-blind name order that
 // the function lists use.
 
-#include "TranslationFixture.h"
+#include "tests/support/SqlTableFixture.h"
 
 #include "engine/translation/CaseInsensitiveLess.h"
 #include "platform/dp/MemoryTable.h"
@@ -10,9 +10,9 @@
 
 using namespace tessera;
 using namespace tessera::engine;
-using namespace tessera::engine::test;
+using namespace tessera::test;
 
-class LazyTranslationInputsTest : public TranslationFixture {};
+class LazyTranslationInputsTest : public SqlTableFixture {};
 
 TEST_F(LazyTranslationInputsTest, theFunctionListIsAskedForOnlyByACall)
 {

@@ -1,7 +1,7 @@
 // A statement that reads no column (Count(*)) counts a table's rows without
 // reading its features; rowids asked for later still come out right.
 
-#include "TableAdapterFixture.h"
+#include "tests/support/TableAdapterFixture.h"
 
 #include "platform/dp/GeometryAttributeDefinition.h"
 #include "platform/dp/MemoryTable.h"

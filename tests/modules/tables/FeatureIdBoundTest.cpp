@@ -2,7 +2,7 @@
 // (EngineCache/FeatureIds): ids unused for long are forgotten, and queries
 // over the virtual tables still give the answers of a full reading.
 
-#include "TableAdapterFixture.h"
+#include "tests/support/TableAdapterFixture.h"
 
 #include "engine/EngineCache.h"
 #include "engine/EngineCacheSettings.h"

@@ -1,4 +1,4 @@
-#include "TableAdapterFixture.h"
+#include "tests/support/TableAdapterFixture.h"
 
 #include "engine/EngineCache.h"
 #include "engine/TableManagement.h"
@@ -185,18 +185,10 @@ private:
 TEST_F(TableAdapterTest, ReadOnlyTablesRefuseEdits)
 {
     catalog.addDataObject(std::make_shared<ReadOnlyTable>(shapes(QStringLiteral("inner"))));
-    const struct {
-        const char* name;
-        QString sql;
-    } rows[] = {
-        {"insert", QStringLiteral("Insert Into fixed (name, n) Values ('x', 1)")},
-        {"update", QStringLiteral("Update fixed Set n = 0")},
-        {"delete", QStringLiteral("Delete From fixed")},
-    };
-    for (const auto& row : rows) {
+    for (const char* sql : {"Insert Into fixed (name, n) Values ('x', 1)", "Update fixed Set n = 0", "Delete From fixed"}) {
         QString error;
-        EXPECT_FALSE(run(row.sql, &error)) << row.name;
-        EXPECT_TRUE(error.contains(QStringLiteral("table fixed is read-only"))) << row.name << ": " << error.toStdString();
+        EXPECT_FALSE(run(QString::fromLatin1(sql), &error)) << sql;
+        EXPECT_TRUE(error.contains(QStringLiteral("table fixed is read-only"))) << sql << ": " << error.toStdString();
     }
     EXPECT_EQ(column(QStringLiteral("Select Sum(n) From fixed")), QStringList{QStringLiteral("36")});
 }

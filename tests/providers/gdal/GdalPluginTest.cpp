@@ -8,7 +8,7 @@
 #include "platform/core/PluginManager.h"
 #include "platform/dp/DataProviderRegistry.h"
 #include "platform/dp/Table.h"
-#include "tests/engine/TestApplication.h"
+#include "tests/support/EngineApplication.h"
 
 #include <gtest/gtest.h>
 

@@ -6,13 +6,13 @@
 #include "providers/gdal/GdalTable.h"
 
 #include "platform/dp/Feature.h"
-#include "tests/modules/tables/TableAdapterFixture.h"
+#include "tests/support/GdalLayerCopy.h"
+#include "tests/support/TableAdapterFixture.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <gdal_utils.h>
 #include <unistd.h>
 
 namespace tessera::test {
@@ -87,16 +87,7 @@ protected:
             return false;
         GDALDatasetReleaseResultSet(db, GDALDatasetExecuteSQL(db, "Create Extension postgis", nullptr, nullptr));
         GDALClose(db);
-        GDALDatasetH source = GDALOpenEx(TESSERA_TEST_DATA "/countries.geojson", GDAL_OF_VECTOR, nullptr, nullptr, nullptr);
-        const char* args[] = {"-f", "PostgreSQL", "-nln", "countries", nullptr};
-        GDALVectorTranslateOptions* options = GDALVectorTranslateOptionsNew(const_cast<char**>(args), nullptr);
-        int failed = 0;
-        GDALDatasetH copy = GDALVectorTranslate(connection().toUtf8().constData(), nullptr, 1, &source, options, &failed);
-        GDALVectorTranslateOptionsFree(options);
-        GDALClose(source);
-        if (copy)
-            GDALClose(copy);
-        return copy && !failed;
+        return copyLayer(QStringLiteral(TESSERA_TEST_DATA "/countries.geojson"), connection(), "PostgreSQL", "countries");
     }
 
     QTemporaryDir dir;

@@ -3,7 +3,7 @@
 
 #include "platform/dp/GeometryValue.h"
 #include "platform/geometry/Geometry.h"
-#include "tests/engine/TestApplication.h"
+#include "tests/support/EngineApplication.h"
 #include "tests/tools/tessera-sql/ProgramRun.h"
 #include "tools/tessera-sql/MapPlot.h"
 

@@ -1,7 +1,7 @@
 // The shell opens sources through the data provider that the gdal plug-in
 // offers: without that plug-in, opening reports why and the shell goes on.
 
-#include "tests/engine/TestApplication.h"
+#include "tests/support/EngineApplication.h"
 #include "tools/tessera-sql/Shell.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 // .select and the Selection table, --srs with the warning for geometries
 // without coordinate system, and --help.
 
-#include "tests/engine/TestApplication.h"
+#include "tests/support/EngineApplication.h"
 #include "tests/tools/tessera-sql/ProgramRun.h"
 #include "tools/tessera-sql/MetaCommands.h"
 #include "tools/tessera-sql/Shell.h"

@@ -9,8 +9,7 @@
 #include "modules/tables/TableAdapterModule.h"
 #include "platform/core/Core.h"
 #include "platform/dp/DataCatalog.h"
-
-#include "../../engine/TestApplication.h"
+#include "tests/support/EngineApplication.h"
 
 #include <QSqlError>
 #include <QSqlQuery>

@@ -1,4 +1,0 @@
-#pragma once
-// Moved to tests/support; kept for the tests outside tests/engine that still
-// include it here.
-#include "../support/EngineApplication.h"
