@@ -154,10 +154,17 @@ QDateTime int2Date(long long v)
     if (v >= 10000101LL && v < 99991232LL)
         return startOfDay(v);
     if (v < 0 || v >= (1LL << 34)) {
-        // 128-bit arithmetic: the offset would overflow for the smallest
-        // inputs. The quotient always fits in 64 bits.
-        const __int128 ticks = static_cast<__int128>(v) - fileTimeEpochOffset + 5000;
-        return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(ticks / 10000));
+        // (v - offset + 5000) / 10000 in milliseconds, truncated as the
+        // division of integers; v - offset would overflow for the smallest
+        // inputs, so quotients and remainders are taken apart first.
+        const long long rest = v % 10000 - fileTimeEpochOffset % 10000 + 5000;
+        long long ms = v / 10000 - fileTimeEpochOffset / 10000 + rest / 10000;
+        const long long below = rest % 10000;
+        if (ms > 0 && below < 0)
+            --ms;
+        else if (ms < 0 && below > 0)
+            ++ms;
+        return QDateTime::fromMSecsSinceEpoch(ms);
     }
     return QDateTime::fromSecsSinceEpoch(v);
 }

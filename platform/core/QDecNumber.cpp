@@ -213,21 +213,28 @@ int QDecNumber::compare(const QDecNumber& other) const
     if (sa == 0)
         return 0;
     // Same sign: compare magnitudes, first by the position of the leading
-    // digit, then digit by digit with both coefficients padded to the same
-    // length (at most 2 * maxDigits digits, which fits in 128 bits).
+    // digit, then digit by digit. Rather than padding the shorter
+    // coefficient with zeros (up to 2 * maxDigits digits, past 64 bits), the
+    // longer one is split at the shorter one's length.
     const long long adjA = static_cast<long long>(exp) + digits();
     const long long adjB = static_cast<long long>(other.exp) + other.digits();
     int magnitude = 0;
     if (adjA != adjB) {
         magnitude = adjA < adjB ? -1 : 1;
     } else {
-        __int128 a = coeff < 0 ? -coeff : coeff;
-        __int128 b = other.coeff < 0 ? -other.coeff : other.coeff;
-        for (int k = digits(); k < other.digits(); ++k)
-            a *= 10;
-        for (int k = other.digits(); k < digits(); ++k)
-            b *= 10;
-        magnitude = a < b ? -1 : (a > b ? 1 : 0);
+        const quint64 a = static_cast<quint64>(coeff < 0 ? -coeff : coeff);
+        const quint64 b = static_cast<quint64>(other.coeff < 0 ? -other.coeff : other.coeff);
+        const auto versus = [](quint64 longer, quint64 shorter, int extraDigits) {
+            quint64 scale = 1;
+            for (int k = 0; k < extraDigits; ++k)
+                scale *= 10;
+            const quint64 head = longer / scale;
+            if (head != shorter)
+                return head < shorter ? -1 : 1;
+            return longer % scale != 0 ? 1 : 0;
+        };
+        const int da = digits(), db = other.digits();
+        magnitude = da >= db ? versus(a, b, da - db) : -versus(b, a, db - da);
     }
     return sa > 0 ? magnitude : -magnitude;
 }

@@ -118,8 +118,8 @@ TEST(TesseraSqlProgram, StandardInputRunsEachStatementAsItArrives)
     EXPECT_EQ(process.readAllStandardOutput(), QByteArray("b\n2\n"));
 }
 
-// A long statement: every quadruple of countries.
-const char longStatement[] = "Select Count(*) From countries a, countries b, countries c, countries d";
+// A long statement: every quintuple of countries (billions of rows).
+const char longStatement[] = "Select Count(*) From countries a, countries b, countries c, countries d, countries e";
 
 TEST(TesseraSqlProgram, CtrlCStopsAScriptWithItsOwnStatus)
 {
