@@ -30,11 +30,12 @@ TEST(PluginHost, ListsLoadedPluginsWithVersions)
     ASSERT_EQ(lines.size(), 5) << r.out.toStdString();
     EXPECT_EQ(lines[0], QStringLiteral("name,version,file"));
     // The engine before the modules that need it, the functions before the
-    // tables (which answer their spatial predicates).
+    // tables (which answer their spatial predicates); gdal, loaded on first
+    // need, last.
     EXPECT_TRUE(lines[1].startsWith(QStringLiteral("engine,0.1.0,"))) << lines[1].toStdString();
     EXPECT_TRUE(lines[2].startsWith(QStringLiteral("functions,0.1.0,"))) << lines[2].toStdString();
-    EXPECT_TRUE(lines[3].startsWith(QStringLiteral("gdal,0.1.0,"))) << lines[3].toStdString();
-    EXPECT_TRUE(lines[4].startsWith(QStringLiteral("tables,0.1.0,"))) << lines[4].toStdString();
+    EXPECT_TRUE(lines[3].startsWith(QStringLiteral("tables,0.1.0,"))) << lines[3].toStdString();
+    EXPECT_TRUE(lines[4].startsWith(QStringLiteral("gdal,0.1.0,"))) << lines[4].toStdString();
 }
 
 TEST(PluginHost, GoesOnWithoutAPluginThatFails)
