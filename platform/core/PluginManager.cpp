@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <exception>
 #include <map>
+#include <set>
 
 namespace tessera::plugin {
 
@@ -110,6 +111,10 @@ bool compatible(const QVersionNumber& found, const QVersionNumber& required)
 
 struct PluginManager::Private {
     QStringList pending;
+    // Names loaded on first need (loadDeferred) rather than by load(), and
+    // the candidates found for them, their code not yet loaded.
+    QStringList deferredNames;
+    std::vector<Candidate> deferred;
     // Every plug-in tried, in the order of loading; the loaded ones keep their
     // loader and interface.
     struct Entry {
@@ -257,6 +262,22 @@ QVector<PluginInfo> PluginManager::load(Core* core)
             byName.emplace(c.info.name, &c);
         }
     }
+    // Deferred ones wait, unless a plug-in loaded now depends on them.
+    std::set<QString> needed;
+    for (const auto& [name, c] : byName)
+        if (!d->deferredNames.contains(name))
+            for (const Dependency& dependency : c->dependencies)
+                needed.insert(dependency.name);
+    for (Candidate& c : candidates) {
+        if (!byName.count(c.info.name) || byName[c.info.name] != &c)
+            continue;
+        const bool waits = d->deferredNames.contains(c.info.name) && !needed.count(c.info.name)
+                           && std::none_of(d->deferred.begin(), d->deferred.end(), [&](const Candidate& other) { return other.info.name == c.info.name; });
+        if (waits) {
+            byName.erase(c.info.name);
+            d->deferred.push_back(std::move(c));
+        }
+    }
     for (Candidate& c : candidates)
         if (byName.count(c.info.name) && byName[c.info.name] == &c)
             d->visit(c, byName, core);
@@ -266,6 +287,31 @@ QVector<PluginInfo> PluginManager::load(Core* core)
         if (!d->entries[i].info.loaded)
             failed << d->entries[i].info;
     return failed;
+}
+
+void PluginManager::defer(const QString& name)
+{
+    d->deferredNames << name;
+}
+
+std::optional<PluginInfo> PluginManager::loadDeferred(const QString& name, Core* core)
+{
+    const auto it = std::find_if(d->deferred.begin(), d->deferred.end(), [&](const Candidate& c) { return c.info.name == name; });
+    if (it == d->deferred.end())
+        return std::nullopt;
+    Candidate c = std::move(*it);
+    d->deferred.erase(it);
+    std::map<QString, Candidate*> byName{{c.info.name, &c}};
+    d->visit(c, byName, core);
+    return d->entries.back().info;
+}
+
+QStringList PluginManager::deferredPlugins() const
+{
+    QStringList names;
+    for (const Candidate& c : d->deferred)
+        names << c.info.name;
+    return names;
 }
 
 void PluginManager::unload(Core* core)

@@ -12,6 +12,7 @@
 #include <QStringList>
 #include <QVector>
 #include <memory>
+#include <optional>
 
 namespace tessera {
 
@@ -42,6 +43,16 @@ public:
     // Loads every candidate added since the last call, in dependency order.
     // Returns those that failed (error set), in the order they were tried.
     QVector<PluginInfo> load(Core* core);
+
+    // Plug-ins named `name` found by later calls of load() are not loaded
+    // there (unless a plug-in loaded there depends on them) but kept for
+    // loadDeferred(): a host loads what it rarely needs on first need.
+    void defer(const QString& name);
+    // Loads the deferred plug-in `name` (its dependencies must be loaded) and
+    // returns how that went; nothing when no such plug-in waits.
+    std::optional<PluginInfo> loadDeferred(const QString& name, Core* core);
+    // The names of the plug-ins that wait for loadDeferred().
+    QStringList deferredPlugins() const;
 
     // Calls unload() of the loaded plug-ins in the reverse order of loading.
     // The libraries stay mapped: objects the core still owns (the engine's

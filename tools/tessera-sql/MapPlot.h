@@ -30,7 +30,7 @@ constexpr int plotMinimumSide = 64;
 constexpr int plotMaximumSide = 16384;
 
 // Draws the first column of `result` that holds geometries (geometry
-// variants, platform/dp/GeometryValue.h, as writeGisFile takes them).
+// variants, platform/dp/GeometryValue.h, as a provider writes them).
 // Geometries in another coordinate system than the first one are
 // transformed to it. A null image with the reason in `error` when the result
 // has no geometry or no column `options.labelColumn` (names ignore case).

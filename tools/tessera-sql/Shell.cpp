@@ -19,9 +19,7 @@
 #include "tools/tessera-sql/AssignedCoordSystemTable.h"
 #include "tools/tessera-sql/CellAbbreviation.h"
 #include "tools/tessera-sql/ErrorText.h"
-#include "tools/tessera-sql/GdalMessages.h"
 #include "tools/tessera-sql/GeometryText.h"
-#include "tools/tessera-sql/GisWriter.h"
 #include "tools/tessera-sql/HeaderText.h"
 #include "tools/tessera-sql/HostServices.h"
 #include "tools/tessera-sql/MetaCommands.h"
@@ -42,6 +40,25 @@
 #include <utility>
 
 namespace tessera::shell {
+
+namespace {
+
+// Collects the file provider's messages while it lives, once the provider is
+// loaded (before, no table could have reported through it).
+class ProviderMessages {
+public:
+    explicit ProviderMessages(const std::shared_ptr<const dp::DataProvider>& provider)
+        : capture(provider ? provider->captureMessages() : nullptr)
+    {
+    }
+    QStringList take() { return capture ? capture->take() : QStringList(); }
+    QString foldInto(const QString& error) { return capture ? capture->foldInto(error) : error; }
+
+private:
+    std::unique_ptr<dp::DataProvider::MessageCapture> capture;
+};
+
+} // namespace
 
 struct Shell::Private {
     ShellOptions options;
@@ -112,6 +129,38 @@ struct Shell::Private {
     void allowFunctions(engine::SqliteStringBuilder& builder);
     // Results and meta-command output go to the .output file, if any.
     QTextStream& resultStream(QTextStream& screen) const { return output ? *output : screen; }
+
+    // The provider of files and connections (the gdal plug-in's); with
+    // `loadNow`, its plug-in is loaded if it still waits. Null if none.
+    std::shared_ptr<const dp::DataProvider> fileProvider(bool loadNow)
+    {
+        if (loadNow) {
+            const auto tried = core->extensionManager()->plugins().loadDeferred(QStringLiteral("gdal"), core.get());
+            if (tried && !tried->loaded)
+                pluginFailures << *tried;
+        }
+        const auto* registry = core->findService<dp::DataProviderRegistry>();
+        return registry ? registry->findProvider(QStringLiteral("ogr")) : nullptr;
+    }
+    // Why fileProvider() is null.
+    QString fileProviderFailure() const
+    {
+        QString reason = QStringLiteral("no gdal plug-in found");
+        for (const auto& failure : pluginFailures)
+            if (failure.name == QLatin1String("gdal"))
+                reason = failure.error;
+        return reason;
+    }
+    // The result to the GIS file of --output or .export.
+    bool writeFile(const ResultSet& result, QString& error)
+    {
+        const auto provider = fileProvider(true);
+        if (!provider) {
+            error = QStringLiteral("cannot write %1: the data provider is not loaded: %2").arg(options.gisOutput, fileProviderFailure());
+            return false;
+        }
+        return provider->writeFile(options.gisOutput, options.gisDriver, result.columns, result.rows, error);
+    }
 };
 
 namespace {
@@ -167,6 +216,9 @@ Shell::Shell(ShellOptions options)
     plugin::PluginManager& plugins = d->core->extensionManager()->plugins();
     for (const QString& path : options.pluginPaths + plugin::PluginManager::defaultSearchPath())
         plugins.addPath(path);
+    // GDAL's libraries are many and slow to bind: its plug-in is loaded when a
+    // file is first opened or written.
+    plugins.defer(QStringLiteral("gdal"));
     d->pluginFailures = plugins.load(d->core.get());
     d->engine = d->core->findService<Engine>();
     if (!d->engine) {
@@ -202,6 +254,8 @@ QVector<plugin::PluginInfo> Shell::pluginFailures() const
 
 QVector<plugin::PluginInfo> Shell::loadedPlugins() const
 {
+    // Those still waiting for their first use are listed as they load.
+    d->fileProvider(true);
     QVector<plugin::PluginInfo> loaded;
     for (const auto& p : d->core->extensionManager()->plugins().plugins())
         if (p.loaded)
@@ -227,14 +281,9 @@ bool Shell::openFile(const QString& path, const QString& name, QString& error)
 bool Shell::openFile(const QString& text, const QString& name, const QStringList& openOptions, QString& error)
 {
     // Files and connections are GDAL's, offered by the gdal plug-in.
-    const auto* registry = d->core->findService<dp::DataProviderRegistry>();
-    const auto provider = registry ? registry->findProvider(QStringLiteral("ogr")) : nullptr;
+    const auto provider = d->fileProvider(true);
     if (!provider) {
-        QString reason = QStringLiteral("no gdal plug-in found");
-        for (const auto& failure : d->pluginFailures)
-            if (failure.name == QLatin1String("gdal"))
-                reason = failure.error;
-        error = QStringLiteral("cannot open %1: the data provider is not loaded: %2").arg(text, reason);
+        error = QStringLiteral("cannot open %1: the data provider is not loaded: %2").arg(text, d->fileProviderFailure());
         return false;
     }
     dp::DataProvider::OpenOptions options;
@@ -259,7 +308,7 @@ bool Shell::openFile(const QString& text, const QString& name, const QStringList
         }
     }
     // GDAL's own messages are folded into the error, or reported as warnings.
-    GdalMessages messages;
+    ProviderMessages messages(provider);
     std::shared_ptr<dp::Table> table;
     try {
         table = provider->openTable(path, options);
@@ -586,7 +635,7 @@ bool Shell::select(const QString& tableName, const QString& condition, QTextStre
     }
     QString name = table->name();
     name.replace(QLatin1Char('"'), QLatin1String("\"\""));
-    GdalMessages messages;
+    ProviderMessages messages(d->fileProvider(false));
     QSqlQuery query(d->engine->engineDatabase());
     query.setForwardOnly(true);
     const bool ran = query.exec(QStringLiteral("Select rowid From \"%1\" Where (%2)").arg(name, sql::fromSqlString(builder.query())));
@@ -637,7 +686,7 @@ bool Shell::runStatement(const QString& statement, QTextStream& screen, QTextStr
     }
 
     // Live tables read through GDAL: its reasons belong to this statement.
-    GdalMessages messages;
+    ProviderMessages messages(d->fileProvider(false));
     ProgressLine progress(d->engine->engineDatabase(), d->options.progress);
     QSqlQuery query(d->engine->engineDatabase());
     query.setForwardOnly(true);
@@ -699,7 +748,7 @@ bool Shell::runStatement(const QString& statement, QTextStream& screen, QTextStr
         // An image file name (and no driver) asks for a map.
         const bool image = d->options.gisDriver.isEmpty() && isImagePath(d->options.gisOutput);
         if (image ? !plotMap(d->options.gisOutput, gis, d->options.plot, error)
-                  : !writeGisFile(d->options.gisOutput, d->options.gisDriver, gis, error)) {
+                  : !d->writeFile(gis, error)) {
             d->report(err, error);
             return false;
         }

@@ -2,11 +2,18 @@
 // Query results out as GIS files through GDAL (GeoPackage, GeoJSON,
 // Shapefile, FlatGeobuf, CSV with WKT, ... any vector format GDAL writes).
 
-#include "tools/tessera-sql/ResultPrinter.h"
-
 #include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <QVector>
 
-namespace tessera::shell {
+namespace tessera::providers {
+
+// Column names, and rows of cells in their order.
+struct ResultSet {
+    const QStringList& columns;
+    const QVector<QVector<QVariant>>& rows;
+};
 
 // Writes `result` to `path`, replacing the file: through the GDAL driver
 // named `driver`, or, when it is empty, the one that writes files with the
@@ -16,4 +23,4 @@ namespace tessera::shell {
 // columns become fields. False with the reason (GDAL's included) in `error`.
 bool writeGisFile(const QString& path, const QString& driver, const ResultSet& result, QString& error);
 
-} // namespace tessera::shell
+} // namespace tessera::providers

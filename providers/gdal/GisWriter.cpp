@@ -1,10 +1,10 @@
-#include "tools/tessera-sql/GisWriter.h"
+#include "providers/gdal/GisWriter.h"
 
 #include "platform/cs/CoordSystem.h"
 #include "platform/dp/GeometryValue.h"
 #include "platform/geometry/Geometry.h"
 #include "platform/geometry/GeometryFactory.h"
-#include "tools/tessera-sql/GdalMessages.h"
+#include "providers/gdal/GdalMessages.h"
 
 #include <QFileInfo>
 #include <gdal.h>
@@ -14,7 +14,7 @@
 #include <mutex>
 #include <type_traits>
 
-namespace tessera::shell {
+namespace tessera::providers {
 
 namespace {
 
@@ -197,4 +197,4 @@ bool writeGisFile(const QString& path, const QString& driverName, const ResultSe
     return true;
 }
 
-} // namespace tessera::shell
+} // namespace tessera::providers

@@ -6,7 +6,7 @@
 
 #include <QStringList>
 
-namespace tessera::shell {
+namespace tessera::providers {
 
 class GdalMessages {
 public:
@@ -25,4 +25,4 @@ private:
     QStringList messages;
 };
 
-} // namespace tessera::shell
+} // namespace tessera::providers

@@ -1,8 +1,8 @@
-#include "tools/tessera-sql/GdalMessages.h"
+#include "providers/gdal/GdalMessages.h"
 
 #include <cpl_error.h>
 
-namespace tessera::shell {
+namespace tessera::providers {
 
 namespace {
 
@@ -44,4 +44,4 @@ QString GdalMessages::foldInto(const QString& error)
     return text;
 }
 
-} // namespace tessera::shell
+} // namespace tessera::providers
