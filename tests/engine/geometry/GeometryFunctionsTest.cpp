@@ -180,6 +180,11 @@ TEST(GeometryFunctions, TesGeoAndSpatiaLiteConversions)
     EXPECT_EQ(sql.text("Select RetrieveCS(ToTesGeo(" + p + ", 'not a coordinate system'))"), "EPSG:4326");
     EXPECT_EQ(sql.text("Select AsText(FromTesGeo(ToTesGeo(" + p + ", NULL)))"), "POINT(1 2)");
 
+    // SpatiaLite's own blob goes to its functions as it is: its Z survives.
+    const std::string z = geom("POINTZ(1 2 3)", 4326);
+    EXPECT_EQ(sql.integer("Select TesGeoToSpatiaLite(" + z + ") = " + z), 1);
+    EXPECT_EQ(sql.text("Select AsText(TesGeoToSpatiaLite(" + z + "))"), "POINT Z(1 2 3)");
+
     EXPECT_TRUE(sql.isNull("Select ToTesGeo(NULL)"));
     EXPECT_TRUE(sql.isNull("Select FromTesGeo(X'0102030405')"));
     EXPECT_EQ(sql.error("Select ToTesGeo()"), "Invalid argument count. Usage: ToTesGeo (geometry[,coordinate system string]).");

@@ -115,6 +115,7 @@ TEST(OperatorSet, BitsAndRuntimeDefault)
     ASSERT_EQ(offered.size(), 46);
     for (int code = 0; code < 46; ++code)
         EXPECT_EQ(offered.testBit(code), code != 0 && code != 10 && code != 31) << code;
+    EXPECT_EQ(offered.count(true), 43); // and no bit past the last code
     EXPECT_TRUE(runtime.hasOperator(OperationCode::EntirelyWithin));
     EXPECT_FALSE(runtime.hasOperator(OperationCode::SimilarTo));
     EXPECT_EQ(runtime.functionName(L"ROUND"), FunctionNameInfo::find("round"));

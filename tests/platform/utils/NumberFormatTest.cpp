@@ -64,6 +64,8 @@ TEST(NumberFormat, Texts)
         {"localized without groups", toLocalizedString(1234567.25, en), "1234567.25"},
         {"localized Russian", toLocalizedString(1234.5, ru), "1234,5"},
         {"localized C", toLocalizedString(-0.125, QLocale::c()), "-0.125"},
+        // Arabic-Indic digits: 1 is U+0661, 0 is U+0660.
+        {"localized Arabic digits", toLocalizedString(10.0, QLocale("ar_EG")), QString::fromUtf8("\u0661\u0660")},
         {"separate with a fraction", separateThousands("-1234567.891", ',', '.'), "-1,234,567.891"},
         {"separate three digits", separateThousands("123", ',', '.'), "123"},
         {"separate four digits", separateThousands("1234", ',', '.'), "1,234"},

@@ -340,6 +340,10 @@ TEST(Measures, SmallestDistanceOnTheEarthIsTheGeodesicOne)
         {"line within a polygon", box(-30, 40, 30, 50), {{-1, 51}, {1, 51}}},
         {"polygon within a polygon", box(-30, 40, 30, 50), box(-1, 44, 1, 45)},
         {"point across the antimeridian", box(170, -10, 190, 10), {{-175, 5}}},
+        // A ring along 20 S (its edges bow south to 27 S) holds the smaller
+        // side, the south polar cap, whichever way round it is given.
+        {"south cap, ring eastward", {{0, -20}, {90, -20}, {180, -20}, {-90, -20}, {0, -20}}, {{0, -89}}},
+        {"south cap, ring westward", {{0, -20}, {-90, -20}, {180, -20}, {90, -20}, {0, -20}}, {{0, -89}}},
     };
     for (const auto& c : meeting) {
         for (const auto& m : models) {

@@ -123,6 +123,10 @@ TEST(Predicates, CoordinateSystemsAndTheAntimeridian)
             {"the box in the western half", across, square(-180, -10, -170, 10, wgs84), true, true, true},
         });
     }
+    // In grads a full turn is 400: the box 190..210 holds -195 (205).
+    const CoordSystemPtr grads = epsg(4807);
+    ASSERT_TRUE(grads);
+    rows.push_back({"grads: across 200", square(190, -10, 210, 10, grads), point(-195, 0, grads), true, true, true});
     expectRows(rows);
     // The nearest points come back in a's system.
     EXPECT_EQ(NearestPoints(cell, point(12, 10))->coordSystem(), wgs84);
