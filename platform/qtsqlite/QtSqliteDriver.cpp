@@ -53,14 +53,16 @@ public:
 
 bool registerQtSqliteDriver()
 {
-    // Registration is cheap but must happen once: Qt deletes a replaced creator.
-    static const bool registered = [] {
-        if (!sqlitePlugin())
-            return false;
+    if (!sqlitePlugin())
+        return false;
+    // Qt deletes a replaced creator, so the name is registered only when Qt
+    // does not know it: once per application object, since Qt forgets its
+    // registered drivers when the application object goes.
+    static QMutex mutex;
+    QMutexLocker locker(&mutex);
+    if (!QSqlDatabase::drivers().contains(QString::fromLatin1(driverName)))
         QSqlDatabase::registerSqlDriver(QString::fromLatin1(driverName), new Creator);
-        return true;
-    }();
-    return registered;
+    return true;
 }
 
 } // namespace tessera::qtsqlite

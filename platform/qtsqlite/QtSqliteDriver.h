@@ -5,7 +5,8 @@
 
 namespace tessera::qtsqlite {
 
-// Registers the driver name once per process; later calls do nothing.
+// Registers the driver name unless Qt already has it (Qt forgets it with the
+// application object); later calls do nothing.
 // Returns false when Qt's SQLite driver plug-in cannot be loaded.
 bool registerQtSqliteDriver();
 

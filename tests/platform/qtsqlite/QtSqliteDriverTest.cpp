@@ -19,13 +19,10 @@ void twice(sqlite3_context* ctx, int, sqlite3_value** argv)
 
 TEST(QtSqliteDriver, HandleIsTheSqliteConnectionWeLink)
 {
-    // One application object for the process: Qt forgets registered drivers
-    // when it goes, and the driver is registered once per process.
-    static int argc = 1;
-    static char name[] = "QtSqliteDriverTest";
-    static char* argv[] = {name, nullptr};
-    static QCoreApplication* app = new QCoreApplication(argc, argv);
-    ASSERT_NE(app, nullptr);
+    int argc = 1;
+    char name[] = "QtSqliteDriverTest";
+    char* argv[] = {name, nullptr};
+    QCoreApplication app(argc, argv);
 
     ASSERT_TRUE(registerQtSqliteDriver());
     EXPECT_TRUE(registerQtSqliteDriver());   // later calls are harmless
